@@ -1,0 +1,25 @@
+#include "mainWindow.h"
+
+#include <QApplication>
+#include <QTextCodec>
+
+int main(int argc, char *argv[])
+{
+    QApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("ZELNOR"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("1.2.1"));
+    // Sources are UTF-8 and Qt 5 reads literals as UTF-8. GB18030 is used
+    // explicitly where files and account names need it (gbText); making it
+    // the locale codec here would encode file names and process arguments in
+    // GB18030 on a UTF-8 system.
+#ifdef Q_OS_WIN
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("GB18030"));
+#endif
+    int result;
+    {
+        mainWindow window;
+        window.show();
+        result = app.exec();
+    }
+    return result;
+}

@@ -1,0 +1,430 @@
+#include "mainWindow.h"
+
+#include "appSettings.h"
+#include "dbTools.h"
+#include "frmLogin.h"
+#include "frmRegisterLease.h"
+#include "frmSearchLease.h"
+#include "frmSetPrintItem.h"
+#include "frmViewLease.h"
+#include "gbText.h"
+#include "myTableView.h"
+#include "myTools.h"
+#include "operationLog.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QHeaderView>
+#include <QInputDialog>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QProcess>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlQueryModel>
+#include <QStatusBar>
+#include <QTextEdit>
+#include <QToolBar>
+
+static void initResources() { Q_INIT_RESOURCE(zelnor); }
+
+mainWindow::mainWindow(QWidget *parent)
+    : QMainWindow(parent)
+{
+    initResources();
+    setWindowTitle(QStringLiteral("Zelnor"));
+    setWindowIcon(QIcon(QStringLiteral(":/image/zelnor.ico")));
+    m_mdi = new QMdiArea(this);
+    setCentralWidget(m_mdi);
+
+    createActions();
+    createMenus();
+    createToolBar();
+    createStatusBar();
+
+    setLevel(10);
+    readSettings();
+    applyBackground();
+
+    openForm(new frmLogin(this));
+}
+
+mainWindow::~mainWindow() = default;
+
+QAction *mainWindow::makeAction(const QString &text, const QString &icon, const QString &shortcut,
+                                void (mainWindow::*slot)(), int levelNumber)
+{
+    auto *action = new QAction(text, this);
+    if (!icon.isEmpty())
+        action->setIcon(QIcon(icon));
+    if (!shortcut.isEmpty())
+        action->setShortcut(QKeySequence(shortcut));
+    if (levelNumber != 0)
+        action->setData(levelNumber);
+    connect(action, &QAction::triggered, this, slot);
+    return action;
+}
+
+void mainWindow::createActions()
+{
+    actRegisterLease = makeAction(QStringLiteral("登记备案"), QStringLiteral(":/image/tomboy.png"),
+                                  QStringLiteral("F2"), &mainWindow::slotRegisterLease, 2);
+    actViewLease = makeAction(QStringLiteral("浏览查询"), QStringLiteral(":/image/view.bmp"),
+                              QStringLiteral("F3"), &mainWindow::slotViewLease, 3);
+    actSearchLease = makeAction(QStringLiteral("搜索查询"), QStringLiteral(":/image/search.png"),
+                                QStringLiteral("F4"), &mainWindow::slotSearchLease, 3);
+    actExit = new QAction(QStringLiteral("退    出"), this);
+    actExit->setIcon(QIcon(QStringLiteral(":/image/exit.png")));
+    actExit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
+    connect(actExit, &QAction::triggered, this, &QWidget::close);
+    actBackupData = makeAction(QStringLiteral("备份业务数据"), QStringLiteral(":/image/filesave.png"),
+                               QStringLiteral("Ctrl+B"), &mainWindow::slotBackupData, 2);
+    actRestoreData = makeAction(QStringLiteral("恢复业务数据"), QStringLiteral(":/image/open.png"),
+                                QStringLiteral("Ctrl+R"), &mainWindow::slotRestoreData, 2);
+    actClearData = makeAction(QStringLiteral("清理业务数据"), QStringLiteral(":/image/delete.png"),
+                              QString(), &mainWindow::slotClearData, 1);
+    actViewLog = makeAction(QStringLiteral("浏览日志"), QString(), QString(), &mainWindow::slotViewLog, 2);
+    actClearLog = makeAction(QStringLiteral("清理所有日志"), QStringLiteral(":/image/delete.png"),
+                             QString(), &mainWindow::slotClearLog, 1);
+    actUserChangePWD = makeAction(QStringLiteral("操作员修改密码"), QStringLiteral(":/image/keys.png"),
+                                  QString(), &mainWindow::slotUserChangePWD, 4);
+    actManageUser = makeAction(QStringLiteral("操作员管理"), QStringLiteral(":/image/user.png"),
+                               QString(), &mainWindow::slotManageUser, 1);
+    actSetField = makeAction(QStringLiteral("数据字段维护"), QString(), QString(), &mainWindow::slotSetField, 1);
+    actManageSelectedItem = makeAction(QStringLiteral("选择项目维护"), QString(), QString(),
+                                       &mainWindow::slotManageSelectedItem, 2);
+    actSetPrice = makeAction(QStringLiteral("默认收费金额"), QString(), QString(), &mainWindow::slotSetPrice, 1);
+    actSetPrintItem = makeAction(QStringLiteral("打印控制"), QStringLiteral(":/image/Printer.png"),
+                                 QString(), &mainWindow::slotSetPrintItem, 2);
+    actSetBackground = makeAction(QStringLiteral("设置背景图片"), QStringLiteral(":/image/picture.png"),
+                                  QString(), &mainWindow::slotSetBackground, 0);
+    actManageServer = makeAction(QStringLiteral("配置服务器"), QString(), QString(),
+                                 &mainWindow::slotManageServer, 1);
+    actAbout = makeAction(QStringLiteral("关于"), QStringLiteral(":/image/card.gif"), QString(),
+                          &mainWindow::slotAbout, 0);
+    actAbout->setStatusTip(QStringLiteral("Show the application's About box"));
+    actHelp = makeAction(QStringLiteral("帮助说明"), QStringLiteral(":/image/help.png"),
+                         QStringLiteral("F1"), &mainWindow::slotHelp, 0);
+}
+
+void mainWindow::createMenus()
+{
+    QMenu *business = menuBar()->addMenu(QStringLiteral("业务管理(&1)"));
+    business->addAction(actRegisterLease);
+    business->addSeparator();
+    business->addAction(actViewLease);
+    business->addSeparator();
+    business->addAction(actSearchLease);
+    business->addSeparator();
+    business->addAction(actExit);
+
+    QMenu *data = menuBar()->addMenu(QStringLiteral("数据管理(&2)"));
+    data->addAction(actBackupData);
+    data->addSeparator();
+    data->addAction(actRestoreData);
+    data->addSeparator();
+    data->addAction(actClearData);
+    data->addSeparator();
+
+    QMenu *log = menuBar()->addMenu(QStringLiteral("日志管理(&3)"));
+    log->addAction(actViewLog);
+    log->addSeparator();
+    log->addAction(actClearLog);
+
+    QMenu *setup = menuBar()->addMenu(QStringLiteral("设置维护(&4)"));
+    setup->addAction(actUserChangePWD);
+    setup->addAction(actManageUser);
+    setup->addSeparator();
+    setup->addAction(actSetField);
+    setup->addAction(actManageSelectedItem);
+    setup->addAction(actSetPrice);
+    setup->addSeparator();
+    setup->addAction(actSetPrintItem);
+    setup->addAction(actManageServer);
+    setup->addSeparator();
+    setup->addAction(actSetBackground);
+
+    QMenu *help = menuBar()->addMenu(QStringLiteral("帮助(&5)"));
+    help->addAction(actHelp);
+    help->addSeparator();
+    help->addAction(actAbout);
+}
+
+void mainWindow::createToolBar()
+{
+    m_toolBar = addToolBar(QStringLiteral("工具栏"));
+    m_toolBar->setObjectName(QStringLiteral("工具栏"));
+    m_toolBar->addAction(actRegisterLease);
+    m_toolBar->addAction(actViewLease);
+    m_toolBar->addAction(actSearchLease);
+    m_toolBar->addSeparator();
+    m_toolBar->addAction(actBackupData);
+    m_toolBar->addAction(actRestoreData);
+    m_toolBar->addSeparator();
+}
+
+void mainWindow::createStatusBar()
+{
+    m_caption = new QLabel(QStringLiteral(" 状态："));
+    m_message = new QLabel;
+    m_message->setIndent(3);
+    m_dateLabel = new QLabel(QStringLiteral("    -  -  "));
+    m_operatorLabel = new QLabel(QStringLiteral("操作员："));
+    m_levelLabel = new QLabel(QStringLiteral("级别："));
+    for (QLabel *label : {m_caption, m_message, m_dateLabel, m_operatorLabel, m_levelLabel})
+        statusBar()->addWidget(label);
+}
+
+void mainWindow::readSettings()
+{
+    auto settings = appSettings::open();
+    m_region = settings->value(QStringLiteral("Register/Region"), QStringLiteral("000000")).toString();
+    m_company = settings->value(QStringLiteral("Register/Company"), QString()).toString();
+    m_bgFile = settings->value(QStringLiteral("Background/FileName"), QString()).toString();
+    m_bgDisplay = settings->value(QStringLiteral("Background/Display"), false).toBool();
+    m_bgFill = settings->value(QStringLiteral("Background/FillTo"), true).toBool();
+    m_toolBar->setVisible(settings->value(QStringLiteral("ToolBar/Display"), true).toBool());
+    connect(m_toolBar, &QToolBar::visibilityChanged, this, &mainWindow::saveToolBarsState);
+    m_autoStop = settings->value(QStringLiteral("Server/AutoStop"), false).toBool();
+}
+
+void mainWindow::setLevel(int level)
+{
+    m_level = level;
+    applyLevel();
+}
+
+void mainWindow::applyLevel()
+{
+    // The tool bar shares these action objects, so it follows too.
+    for (QAction *menuAction : menuBar()->actions()) {
+        if (!menuAction->menu())
+            continue;
+        for (QAction *action : menuAction->menu()->actions()) {
+            if (action->isSeparator())
+                continue;
+            const int n = action->data().toInt();
+            action->setEnabled(n == 0 || n >= m_level);
+        }
+    }
+}
+
+void mainWindow::setBackground(const QString &file, bool display, bool fill)
+{
+    m_bgFile = file;
+    m_bgDisplay = display;
+    m_bgFill = fill;
+}
+
+void mainWindow::applyBackground()
+{
+    if (m_bgDisplay && !m_bgFile.isEmpty()) {
+        m_mdi->setBackground(Qt::NoBrush);
+        if (m_bgFill)
+            setStyleSheet(QStringLiteral("QMdiArea { border-image: url(") + m_bgFile + QStringLiteral(");}"));
+        else
+            setStyleSheet(QStringLiteral("QMdiArea {background-image: url(") + m_bgFile + QStringLiteral(");}"));
+    } else {
+        m_mdi->setBackground(QBrush(Qt::Dense7Pattern));
+        setStyleSheet(QStringLiteral("QMdiArea { background-color: lightGray; } "));
+    }
+}
+
+void mainWindow::afterLogin(const QString &databaseName)
+{
+    m_message->clear();
+    // Close the login form itself: a help window opened before login may be
+    // the active sub-window.
+    for (QMdiSubWindow *sub : m_mdi->subWindowList()) {
+        if (qobject_cast<frmLogin *>(sub->widget()))
+            sub->close();
+    }
+
+    if (dbTools::ensureDatabase(m_db, databaseName, QStringLiteral("datamodel.sql"), m_operatorName,
+                                m_message)
+        == dbTools::firstRun::Failed) {
+        // Nothing to work on: offer the login again once the cause is fixed.
+        openForm(new frmLogin(this));
+        return;
+    }
+
+    m_db.setDatabaseName(databaseName);
+    dbTools::reopen(m_db);
+
+    QSqlQuery query(m_db);
+    m_workDate = QDate();
+    if (query.exec(QStringLiteral("SELECT CURDATE();")) && query.next())
+        m_workDate = query.value(0).toDate();
+    m_dateLabel->setText(m_workDate.toString(QStringLiteral("yyyy-MM-dd")));
+
+    const QString account = m_db.userName();
+    m_operatorName = myTools::displayName(account);
+    m_operatorLabel->setText(QStringLiteral("操作员：") + m_operatorName);
+
+    myTools tools;
+    m_level = tools.operatorLevel(account, m_db.databaseName());
+    m_levelLabel->setText(QStringLiteral("权限：") + myTools::levelName(m_level));
+
+    applyLevel();
+    applyBackground();
+    operationLog::write(m_operatorName, QStringLiteral("登录系统"));
+    showMaximized();
+}
+
+void mainWindow::openForm(QWidget *form)
+{
+    QMdiSubWindow *sub = m_mdi->addSubWindow(form);
+    form->show();
+    sub->show();
+    m_mdi->setActiveSubWindow(sub);
+    form->setFocus();
+}
+
+void mainWindow::slotRegisterLease() { openForm(new frmRegisterLease(this)); }
+void mainWindow::slotViewLease() { openForm(new frmViewLease(this)); }
+void mainWindow::slotSearchLease() { openForm(new frmSearchLease(this)); }
+void mainWindow::slotSetPrintItem() { openForm(new frmSetPrintItem(this)); }
+
+void mainWindow::notAvailable(const QString &what)
+{
+    QApplication::beep();
+    statusBar()->showMessage(QStringLiteral("“") + what + QStringLiteral("”功能尚未提供。"), 3000);
+}
+
+void mainWindow::slotBackupData() { notAvailable(actBackupData->text()); }
+void mainWindow::slotRestoreData() { notAvailable(actRestoreData->text()); }
+void mainWindow::slotClearData() { notAvailable(actClearData->text()); }
+void mainWindow::slotUserChangePWD() { notAvailable(actUserChangePWD->text()); }
+void mainWindow::slotManageUser() { notAvailable(actManageUser->text()); }
+void mainWindow::slotSetField() { notAvailable(actSetField->text()); }
+void mainWindow::slotManageSelectedItem() { notAvailable(actManageSelectedItem->text()); }
+void mainWindow::slotSetBackground() { notAvailable(actSetBackground->text()); }
+void mainWindow::slotManageServer() { notAvailable(actManageServer->text()); }
+
+void mainWindow::slotViewLog()
+{
+    auto *view = new myTableView;
+    auto *model = new QSqlQueryModel(view);
+    model->setQuery(QStringLiteral("SELECT * FROM log"), m_db);
+    view->setModel(model);
+    view->setColumnWidth(0, 130);
+    view->setColumnWidth(1, 90);
+    view->setColumnWidth(2, 370);
+    view->setWindowTitle(QStringLiteral("浏览业务日志"));
+    view->setAttribute(Qt::WA_DeleteOnClose);
+    QMdiSubWindow *sub = m_mdi->addSubWindow(view);
+    sub->resize(640, 400);
+    view->show();
+}
+
+void mainWindow::slotClearLog()
+{
+    if (QMessageBox::question(this, QStringLiteral("确认"),
+                              QStringLiteral("将清空业务日志，请注意数据备份。是否继续进行？"),
+                              QMessageBox::Yes | QMessageBox::No)
+        == QMessageBox::No)
+        return;
+    m_db.transaction();
+    QSqlQuery query(m_db);
+    QSqlError error;
+    if (!query.exec(QStringLiteral("DELETE From log")))
+        error = query.lastError();
+    if (!query.exec(operationLog::insertSql(m_operatorName, QStringLiteral("清空日志"))))
+        error = query.lastError();
+    if (error.type() == QSqlError::NoError) {
+        m_db.commit();
+        statusBar()->showMessage(QStringLiteral(" OK，清空日志完成！"), 2000);
+    } else {
+        m_db.rollback();
+        QMessageBox::critical(this, QStringLiteral("错误"), error.text());
+    }
+}
+
+void mainWindow::slotSetPrice()
+{
+    int price = appSettings::open()->value(QStringLiteral("/ZELNOR/Price"), 120).toInt();
+    bool ok = false;
+    price = QInputDialog::getInt(this, QStringLiteral("对话框"),
+                                 QStringLiteral("请输入默认收费金额（单位：元）　　"), price, 1, 99999, 1, &ok);
+    if (ok)
+        appSettings::open()->setValue(QStringLiteral("/ZELNOR/Price"), price);
+}
+
+void mainWindow::slotHelp()
+{
+    QString text;
+    if (!gbText::readFile(QStringLiteral("./readme.txt"), &text)) {
+        QApplication::beep();
+        statusBar()->showMessage(QStringLiteral("打开文件“readme.txt”失败。"), 2000);
+        return;
+    }
+    auto *edit = new QTextEdit;
+    edit->setReadOnly(true);
+    edit->setPlainText(text);
+    edit->setWindowTitle(QStringLiteral("帮助说明"));
+    edit->setAttribute(Qt::WA_DeleteOnClose);
+    QMdiSubWindow *sub = m_mdi->addSubWindow(edit);
+    sub->resize(550, 350);
+    edit->show();
+}
+
+void mainWindow::slotAbout()
+{
+    QString server;
+    if (m_db.isOpen()) {
+        QSqlQuery query(m_db);
+        if (query.exec(QStringLiteral("SELECT VERSION();")) && query.next())
+            server = query.value(0).toString();
+    }
+    QMessageBox::about(
+        this, QStringLiteral("关于"),
+        QStringLiteral("<h3>Zelnor 房屋租赁登记备案管理系统 %1</h3>"
+                       "<p>Qt Ver:&nbsp;%2&nbsp;&nbsp;MySQL Ver:&nbsp;%3</p>"
+                       "<p>为县、市房屋租赁管理部门登记备案工作编制。</p>")
+            .arg(QCoreApplication::applicationVersion(), QString::fromLatin1(qVersion()), server));
+}
+
+void mainWindow::saveToolBarsState()
+{
+    appSettings::open()->setValue(QStringLiteral("/ToolBar/Display"), m_toolBar->isVisible());
+}
+
+void mainWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        QCoreApplication::postEvent(
+            this, new QKeyEvent(QEvent::KeyPress, Qt::Key_Tab, Qt::NoModifier, QString(), false, 1));
+        return;
+    }
+    event->ignore();
+}
+
+void mainWindow::closeEvent(QCloseEvent *event)
+{
+    if (m_db.isOpen()) {
+        QSqlQuery query(m_db);
+        query.exec(operationLog::insertSql(m_operatorName, QStringLiteral("退出系统")));
+    }
+    event->accept();
+    if (m_serverProcess && m_autoStop)
+        stopStartedServer();
+}
+
+void mainWindow::stopStartedServer()
+{
+#ifdef Q_OS_WIN
+    QProcess taskkill;
+    taskkill.start(QStringLiteral("taskkill"), {QStringLiteral("/F"), QStringLiteral("/T"),
+                                                QStringLiteral("/IM"), QStringLiteral("mysqld.exe")});
+    taskkill.waitForFinished(2000);
+#else
+    // Only the server this run started, through its own process object.
+    m_serverProcess->terminate();
+    m_serverProcess->waitForFinished(2000);
+#endif
+}

@@ -1,0 +1,20 @@
+#include "operationLog.h"
+
+#include <QSqlQuery>
+
+namespace operationLog {
+
+QString insertSql(const QString &user, const QString &description)
+{
+    return QStringLiteral("INSERT INTO log SET 日期=NOW(),用户='") + user
+        + QStringLiteral("',描述='") + description + QLatin1Char('\'');
+}
+
+QSqlError write(const QString &user, const QString &description)
+{
+    QSqlQuery query;
+    query.exec(insertSql(user, description));
+    return query.lastError();
+}
+
+} // namespace operationLog

@@ -1,0 +1,91 @@
+#include "dbTools.h"
+#include "gbText.h"
+#include "operationLog.h"
+
+#include <QFileInfo>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProcess>
+#include <QSqlError>
+#include <QSqlQuery>
+
+namespace dbTools {
+
+bool reopen(QSqlDatabase &db)
+{
+    if (db.open())
+        return true;
+    QMessageBox::critical(nullptr, QObject::tr("Database Error"), db.lastError().text(),
+                          QMessageBox::Ok);
+    return false;
+}
+
+bool runScript(const QSqlDatabase &db, const QString &scriptPath, QString *problem, int timeoutMs)
+{
+    auto fail = [problem](const QString &why) {
+        if (problem)
+            *problem = why;
+        return false;
+    };
+    if (!QFileInfo(scriptPath).isReadable())
+        return fail(QStringLiteral("找不到脚本文件“%1”").arg(scriptPath));
+
+    QStringList args;
+    if (!db.password().isEmpty())
+        args << QStringLiteral("-p") + db.password();
+    args << QStringLiteral("-u") << db.userName() << QStringLiteral("-h") << db.hostName()
+         << QStringLiteral("--database") << db.databaseName();
+
+    QProcess client;
+    client.setStandardInputFile(scriptPath);
+    client.start(QStringLiteral("mysql"), args);
+    if (!client.waitForStarted())
+        return fail(QStringLiteral("无法运行mysql客户端程序：%1").arg(client.errorString()));
+    if (!client.waitForFinished(timeoutMs)) {
+        client.kill();
+        client.waitForFinished(2000);
+        return fail(QStringLiteral("mysql客户端程序在%1秒内没有完成").arg(timeoutMs / 1000));
+    }
+    if (client.exitStatus() != QProcess::NormalExit || client.exitCode() != 0) {
+        const QString message = QString::fromLocal8Bit(client.readAllStandardError()).trimmed();
+        return fail(QStringLiteral("mysql客户端程序报告错误：%1").arg(message));
+    }
+    return true;
+}
+
+firstRun ensureDatabase(QSqlDatabase &db, const QString &databaseName, const QString &scriptPath,
+                        const QString &operatorName, QLabel *messageLabel)
+{
+    reopen(db);
+    firstRun result = firstRun::Existing;
+    QSqlQuery query(db);
+    query.exec(QStringLiteral("SHOW DATABASES LIKE '") + databaseName + QStringLiteral("';"));
+    if (!query.next()) {
+        messageLabel->setText(QStringLiteral("正在从模板恢复创建数据库……"));
+        query.exec(QStringLiteral("CREATE DATABASE ") + databaseName
+                   + QStringLiteral(" DEFAULT CHARACTER SET utf8 COLLATE utf8_general_ci"));
+        db.setDatabaseName(databaseName); // effective at the next open
+        QString problem;
+        if (runScript(db, scriptPath, &problem)) {
+            // Runs on the connection still opened on "mysql" before the
+            // operator name is known; like every log writer it may fail quietly.
+            query.exec(operationLog::insertSql(operatorName, QStringLiteral("建立模型")));
+            messageLabel->setText(
+                QStringLiteral("第一次运行，创建数据库OK。请设置打印控制、初始化用途等选择项目。"));
+            result = firstRun::Created;
+        } else {
+            // An empty database would be found at the next login and never
+            // filled; remove the one just made so the next login tries again.
+            query.exec(QStringLiteral("DROP DATABASE ") + databaseName);
+            messageLabel->clear();
+            QMessageBox::critical(nullptr, QStringLiteral("错误"),
+                                  QStringLiteral("无法从模板创建数据库：%1。请检查后重新登录。").arg(problem));
+            result = firstRun::Failed;
+        }
+    }
+    query.clear();
+    db.close();
+    return result;
+}
+
+} // namespace dbTools

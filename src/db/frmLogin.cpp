@@ -1,0 +1,174 @@
+#include "frmLogin.h"
+
+#include "appSettings.h"
+#include "mainWindow.h"
+#include "myTools.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QSqlError>
+#include <QStatusBar>
+
+int frmLogin::serverStartWaitMs = 9000;
+
+frmLogin::frmLogin(mainWindow *owner)
+    : QWidget(owner), m_owner(owner)
+{
+    setWindowTitle(QStringLiteral("操作员登录"));
+    setWindowIcon(QIcon(QStringLiteral(":/image/keys.png")));
+    setAttribute(Qt::WA_DeleteOnClose);
+
+    linServer = new QLineEdit;
+    lblServer = new QLabel(QStringLiteral("服  务  器(&A)："));
+    lblServer->setBuddy(linServer);
+    auto *actServer = new QAction(QStringLiteral("记忆当前服务器"), linServer);
+    connect(actServer, &QAction::triggered, this, &frmLogin::rememberServer);
+    linServer->addAction(actServer);
+    linServer->setContextMenuPolicy(Qt::ActionsContextMenu);
+
+    cbxName = new QComboBox;
+    cbxName->setEditable(true);
+    auto *lblName = new QLabel(QStringLiteral("操作员姓名(&N)："));
+    lblName->setBuddy(cbxName);
+    auto *actRemember = new QAction(QIcon(QStringLiteral(":/image/Users.png")),
+                                    QStringLiteral("记忆当前用户"), cbxName);
+    connect(actRemember, &QAction::triggered, this, &frmLogin::rememberUser);
+    auto *actForget = new QAction(QIcon(QStringLiteral(":/image/delete.png")),
+                                  QStringLiteral("忘记当前用户"), cbxName);
+    connect(actForget, &QAction::triggered, this, &frmLogin::forgetUser);
+    cbxName->addAction(actRemember);
+    cbxName->addAction(actForget);
+    cbxName->setContextMenuPolicy(Qt::ActionsContextMenu);
+    // The editable combo's own line edit would show its default menu instead.
+    cbxName->lineEdit()->setContextMenuPolicy(Qt::NoContextMenu);
+
+    linPassword = new QLineEdit;
+    linPassword->setEchoMode(QLineEdit::Password);
+    auto *lblPassword = new QLabel(QStringLiteral("操作员密码(&P)："));
+    lblPassword->setBuddy(linPassword);
+
+    btLogin = new QPushButton(QStringLiteral("登录(&L)"));
+    btExit = new QPushButton(QStringLiteral("退出(&E)"));
+    connect(btLogin, &QPushButton::clicked, this, &frmLogin::btLoginClicked);
+    connect(btExit, &QPushButton::clicked, this, &QWidget::close);
+
+    auto *grid = new QGridLayout;
+    grid->addWidget(lblServer, 0, 0);
+    grid->addWidget(linServer, 0, 1);
+    grid->addWidget(lblName, 1, 0);
+    grid->addWidget(cbxName, 1, 1);
+    grid->addWidget(lblPassword, 2, 0);
+    grid->addWidget(linPassword, 2, 1);
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(btLogin);
+    buttons->addWidget(btExit);
+    auto *layout = new QVBoxLayout(this);
+    layout->addLayout(grid);
+    layout->addLayout(buttons);
+
+    auto settings = appSettings::open();
+    m_autoStart = settings->value(QStringLiteral("Server/AutoStart"), false).toBool();
+    m_serverProgram = settings->value(QStringLiteral("Server/BinDir"), QString()).toString();
+    linServer->setText(settings->value(QStringLiteral("Server/Address"), QString()).toString());
+    const bool showServer = linServer->text().isEmpty();
+    lblServer->setVisible(showServer);
+    linServer->setVisible(showServer);
+    settings->beginGroup(QStringLiteral("LoginUser"));
+    cbxName->addItems(settings->childKeys());
+    settings->endGroup();
+}
+
+void frmLogin::rememberUser()
+{
+    const QString name = cbxName->currentText();
+    if (!name.isEmpty())
+        appSettings::open()->setValue(QStringLiteral("LoginUser/") + name, 1);
+}
+
+void frmLogin::forgetUser()
+{
+    appSettings::open()->remove(QStringLiteral("LoginUser/") + cbxName->currentText());
+}
+
+void frmLogin::rememberServer()
+{
+    if (!linServer->text().isEmpty())
+        appSettings::open()->setValue(QStringLiteral("Server/Address"), linServer->text());
+}
+
+int frmLogin::attemptOpen()
+{
+    QSqlDatabase &db = m_owner->connection();
+    if (db.open())
+        return 1;
+    const QString code = db.lastError().nativeErrorCode();
+    if (code == QLatin1String("1045")) {
+        QApplication::beep();
+        m_owner->statusBar()->showMessage(QStringLiteral("登录失败，姓名或密码错误"), 2000);
+        cbxName->setFocus();
+        return -1;
+    }
+    // On Linux the client reports 2002 both for a missing socket and for a
+    // TCP host with nothing listening; both mean no server answered.
+    if (code == QLatin1String("2002") || code == QLatin1String("2003"))
+        return 0;
+    QApplication::beep();
+    m_owner->messageLabel()->setText(db.lastError().text());
+    cbxName->setFocus();
+    return -1;
+}
+
+void frmLogin::btLoginClicked()
+{
+    const QString account = myTools::accountName(cbxName->currentText());
+
+    // Each attempt starts from a fresh registration of the default
+    // connection, so a failed attempt leaves nothing half open.
+    m_owner->connection() = QSqlDatabase();
+    QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
+    QSqlDatabase &db = m_owner->connection();
+    db = QSqlDatabase::addDatabase(QStringLiteral("QMYSQL"));
+    db.setHostName(linServer->text());
+    db.setDatabaseName(QStringLiteral("mysql"));
+    db.setUserName(account);
+    db.setPassword(linPassword->text());
+
+    m_owner->messageLabel()->clear();
+    int r = attemptOpen();
+    if (r == 0) {
+        if (linServer->text().toUpper() == QLatin1String("LOCALHOST") && m_autoStart) {
+            m_owner->statusBar()->showMessage(QStringLiteral("正在启动mysql数据库，请稍等……"), 3000);
+            QApplication::processEvents(); // let the message show before the wait
+            // Never destroyed: destroying the process object would kill the server.
+            auto *server = new QProcess;
+            const QStringList command = QProcess::splitCommand(m_serverProgram);
+            if (!command.isEmpty()) {
+                server->start(command.first(), command.mid(1));
+                server->waitForFinished(serverStartWaitMs);
+            }
+            if (server->state() != QProcess::NotRunning && server->processId() != 0)
+                m_owner->setServerProcess(server);
+            r = attemptOpen();
+            if (r == 0) {
+                QApplication::beep();
+                m_owner->statusBar()->showMessage(
+                    QStringLiteral("偿试自启动数据库失败,请确认") + m_serverProgram, 90000);
+                return;
+            }
+        } else {
+            QApplication::beep();
+            m_owner->statusBar()->showMessage(QStringLiteral("登录失败，原因是Mysql数据库没有启动"), 9000);
+            return;
+        }
+    }
+    if (r == 1)
+        m_owner->afterLogin(QStringLiteral("zelnor"));
+}

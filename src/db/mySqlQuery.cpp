@@ -1,0 +1,82 @@
+#include "mySqlQuery.h"
+
+#include <QDate>
+#include <QDateTime>
+#include <QSqlField>
+#include <QSqlRecord>
+#include <QTableWidget>
+#include <vector>
+
+mySqlQuery::mySqlQuery()
+    : m_query(QSqlDatabase::database())
+{
+}
+
+static QVariant typed(const QVariant &value, QVariant::Type type)
+{
+    switch (type) {
+    case QVariant::Int: return value.toInt();
+    case QVariant::Double: return value.toDouble();
+    case QVariant::LongLong: return value.toLongLong();
+    case QVariant::UInt: return value.toUInt();
+    case QVariant::ULongLong: return value.toULongLong();
+    case QVariant::Date: return value.toDate();
+    case QVariant::DateTime: return value.toDateTime();
+    default: return value.toString();
+    }
+}
+
+void mySqlQuery::fillTable(QTableWidget *table)
+{
+    m_types.clear();
+    m_names.clear();
+    m_query.setForwardOnly(true);
+    if (!m_query.exec(m_statement)) {
+        table->setColumnCount(0);
+        return;
+    }
+
+    const QSqlRecord record = m_query.record();
+    const int columns = record.count();
+    QStringList headers;
+    for (int c = 0; c < columns; ++c) {
+        m_names[c] = record.fieldName(c);
+        m_types[c] = record.field(c).type();
+        headers << m_names[c];
+    }
+
+    // Build every row first and place them in one pass. Inserting each row at
+    // the top of the widget, one by one, shifts all rows already there and
+    // makes a large result quadratic.
+    std::vector<QTableWidgetItem *> items;
+    while (m_query.next()) {
+        for (int c = 0; c < columns; ++c) {
+            auto *item = new QTableWidgetItem;
+            item->setData(Qt::DisplayRole, typed(m_query.value(c), m_types[c]));
+            items.push_back(item);
+        }
+    }
+    m_query.finish();
+    const int added = columns ? int(items.size() / columns) : 0;
+
+    const bool sorting = table->isSortingEnabled();
+    table->setSortingEnabled(false);
+    table->setUpdatesEnabled(false);
+    table->setColumnCount(columns);
+    table->setHorizontalHeaderLabels(headers);
+
+    const int kept = table->rowCount();
+    table->setRowCount(kept + added);
+    // The rows already shown move below the new ones, bottom first.
+    for (int r = kept - 1; r >= 0 && added > 0; --r)
+        for (int c = 0; c < columns; ++c)
+            table->setItem(r + added, c, table->takeItem(r, c));
+    // Result row i lands at position added-1-i: reversed, as if each row had
+    // been inserted at the top.
+    for (int i = 0; i < added; ++i)
+        for (int c = 0; c < columns; ++c)
+            table->setItem(added - 1 - i, c, items[size_t(i) * columns + c]);
+
+    table->setUpdatesEnabled(true);
+    table->setSortingEnabled(sorting);
+}

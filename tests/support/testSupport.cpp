@@ -1,0 +1,211 @@
+#include "testSupport.h"
+
+#include "dbTools.h"
+#include "frmLogin.h"
+#include "mainWindow.h"
+#include "myTools.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStringList>
+#include <QTest>
+
+namespace testSupport {
+
+QString serverDir()
+{
+    const QString dir = qEnvironmentVariable("ZELNOR_TEST_SERVER_DIR");
+    return dir.isEmpty() ? QStringLiteral(ZELNOR_TEST_SERVER_DIR) : dir;
+}
+
+static QString readEnvValue(const QString &name)
+{
+    QFile file(serverDir() + QStringLiteral("/client.env"));
+    if (!file.open(QIODevice::ReadOnly))
+        return QString();
+    const QString prefix = QStringLiteral("export ") + name + QLatin1Char('=');
+    for (const QByteArray &line : file.readAll().split('\n')) {
+        const QString text = QString::fromUtf8(line);
+        if (text.startsWith(prefix))
+            return text.mid(prefix.size());
+    }
+    return QString();
+}
+
+QString socketPath() { return readEnvValue(QStringLiteral("MYSQL_UNIX_PORT")); }
+int serverPort() { return readEnvValue(QStringLiteral("MYSQL_TCP_PORT")).toInt(); }
+
+void initApplication()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("ZELNOR"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("1.2.1"));
+    qputenv("MYSQL_UNIX_PORT", socketPath().toLocal8Bit());
+    qputenv("MYSQL_TCP_PORT", QByteArray::number(serverPort()));
+    qputenv("MYSQL_HOME", serverDir().toLocal8Bit());
+}
+
+QString settingsPath()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/ZELNOR.ini");
+}
+
+void removeSettingsFile() { QFile::remove(settingsPath()); }
+
+bool connectAsRoot(const QString &database)
+{
+    {
+        QSqlDatabase old = QSqlDatabase::database(QLatin1String(QSqlDatabase::defaultConnection), false);
+        if (old.isValid())
+            old.close();
+    }
+    QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QMYSQL"));
+    db.setHostName(QStringLiteral("localhost"));
+    db.setUserName(QStringLiteral("root"));
+    db.setDatabaseName(database);
+    if (!db.open()) {
+        qWarning("connectAsRoot: %s", qPrintable(db.lastError().text()));
+        return false;
+    }
+    return true;
+}
+
+bool exec(const QString &sql, QString *error)
+{
+    QSqlQuery query;
+    if (query.exec(sql))
+        return true;
+    if (error)
+        *error = query.lastError().text();
+    else
+        qWarning("SQL failed: %s\n  %s", qPrintable(sql), qPrintable(query.lastError().text()));
+    return false;
+}
+
+QVariant scalar(const QString &sql)
+{
+    QSqlQuery query;
+    if (query.exec(sql) && query.next())
+        return query.value(0);
+    return QVariant();
+}
+
+int count(const QString &tableAndCondition)
+{
+    return scalar(QStringLiteral("SELECT COUNT(*) FROM ") + tableAndCondition).toInt();
+}
+
+void resetDatabase(bool create)
+{
+    if (!connectAsRoot())
+        qFatal("cannot reach the throwaway server in %s", qPrintable(serverDir()));
+    exec(QStringLiteral("DROP DATABASE IF EXISTS zelnor"));
+    QSqlQuery users;
+    users.exec(QStringLiteral("SELECT User, Host FROM mysql.user WHERE User NOT IN ('root','mariadb.sys','')"));
+    QStringList drops;
+    while (users.next())
+        drops << QStringLiteral("DROP USER '%1'@'%2'").arg(users.value(0).toString(), users.value(1).toString());
+    for (const QString &drop : drops)
+        exec(drop);
+    if (!create)
+        return;
+    exec(QStringLiteral("CREATE DATABASE zelnor DEFAULT CHARACTER SET utf8 COLLATE utf8_general_ci"));
+    QSqlDatabase db = QSqlDatabase::database();
+    db.setDatabaseName(QStringLiteral("zelnor"));
+    QString problem;
+    if (!dbTools::runScript(db, QStringLiteral(ZELNOR_BINARY_DIR "/datamodel.sql"), &problem))
+        qFatal("datamodel.sql failed: %s", qPrintable(problem));
+    connectAsRoot(QStringLiteral("zelnor"));
+}
+
+void createOperator(const QString &displayName, const QString &password, int level)
+{
+    const QString account = myTools::accountName(displayName);
+    const QString who = QStringLiteral("'") + account + QStringLiteral("'@'%'");
+    exec(QStringLiteral("CREATE USER ") + who + QStringLiteral(" IDENTIFIED BY '") + password + QLatin1Char('\''));
+    // Operators read mysql.db with their own account to learn their level.
+    exec(QStringLiteral("GRANT SELECT ON mysql.* TO ") + who);
+    switch (level) {
+    case 1:
+        exec(QStringLiteral("GRANT ALL ON zelnor.* TO ") + who + QStringLiteral(" WITH GRANT OPTION"));
+        break;
+    case 2:
+        exec(QStringLiteral("GRANT ALL ON zelnor.* TO ") + who);
+        break;
+    default:
+        exec(QStringLiteral("GRANT Select,Insert,Update,Delete,Lock Tables,Create,Create Temporary Tables,"
+                            "Show View,Create View,Alter,Index,Drop ON zelnor.* TO ") + who);
+        break;
+    }
+}
+
+mainWindow *login(const QString &name, const QString &password)
+{
+    auto *window = new mainWindow;
+    window->show();
+    auto *form = window->findChild<frmLogin *>();
+    if (!form)
+        qFatal("no login form");
+    form->serverEdit()->setText(QStringLiteral("localhost"));
+    form->nameBox()->setEditText(name);
+    form->passwordEdit()->setText(password);
+    form->loginButton()->click();
+    return window;
+}
+
+bool waitFor(const std::function<bool()> &done, int ms)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > ms)
+            return false;
+        QTest::qWait(10);
+    }
+    return true;
+}
+
+} // namespace testSupport
+
+modalWatcher::modalWatcher(QMessageBox::StandardButton answer)
+    : answer(answer)
+{
+    connect(&m_timer, &QTimer::timeout, this, &modalWatcher::poll);
+    m_timer.start(20);
+}
+
+void modalWatcher::poll()
+{
+    QWidget *modal = QApplication::activeModalWidget();
+    if (!modal)
+        return;
+    seen s{QString::fromLatin1(modal->metaObject()->className()), modal->windowTitle(), QString()};
+    if (auto *box = qobject_cast<QMessageBox *>(modal)) {
+        s.text = box->text();
+        boxes.append(s);
+        QAbstractButton *button = box->button(answer);
+        if (!button)
+            button = box->defaultButton() ? static_cast<QAbstractButton *>(box->defaultButton())
+                                          : box->buttons().value(0);
+        if (button)
+            button->click();
+        else
+            box->close();
+        return;
+    }
+    boxes.append(s);
+    if (handler) {
+        handler(modal);
+    } else if (auto *dialog = qobject_cast<QDialog *>(modal)) {
+        dialog->reject();
+    } else {
+        modal->close();
+    }
+}

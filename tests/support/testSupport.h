@@ -1,0 +1,89 @@
+#ifndef TESTSUPPORT_H
+#define TESTSUPPORT_H
+
+#include <QList>
+#include <QMessageBox>
+#include <QObject>
+#include <QSqlDatabase>
+#include <QString>
+#include <QTimer>
+#include <QVariant>
+#include <functional>
+
+class mainWindow;
+
+// Shared helpers for the test programs. Database tests run against the real
+// throwaway MariaDB that the CTest fixture starts (scripts/local-server).
+namespace testSupport {
+
+// Sets the identity main() sets and points the client library and the mysql
+// tools at the throwaway server. Call first in initTestCase().
+void initApplication();
+
+QString serverDir();
+QString socketPath();
+int serverPort();
+
+// Path of the settings file the program uses (beside the test program).
+QString settingsPath();
+void removeSettingsFile();
+
+// Opens the default connection as root on the given database.
+bool connectAsRoot(const QString &database = QStringLiteral("mysql"));
+
+// Drops the business database and every operator account, recreates the
+// database from datamodel.sql through the real mysql client, and leaves the
+// default connection open on it as root. With create=false the database is
+// only dropped (first-run tests).
+void resetDatabase(bool create = true);
+
+// Runs one statement on the default connection; on failure returns false and
+// puts the server's text into *error (or prints it).
+bool exec(const QString &sql, QString *error = nullptr);
+// First column of the first row, or an invalid QVariant.
+QVariant scalar(const QString &sql);
+int count(const QString &tableAndCondition);
+
+// Creates an operator account the way operator management does (account
+// name hex-encoded), with the grants of the given level: 1 主管, 2 操作, 3 浏览.
+void createOperator(const QString &displayName, const QString &password, int level);
+
+// Builds the main window and logs in through its real login form with host
+// "localhost". The caller owns the window.
+mainWindow *login(const QString &name = QStringLiteral("root"), const QString &password = QString());
+
+// Processes events for up to ms milliseconds, or until done() is true.
+bool waitFor(const std::function<bool()> &done, int ms = 5000);
+
+} // namespace testSupport
+
+// Answers modal boxes (QMessageBox, input and file dialogs) so a test never
+// hangs, and records what the user would have seen.
+class modalWatcher : public QObject
+{
+    Q_OBJECT
+public:
+    struct seen {
+        QString className;
+        QString title;
+        QString text;
+    };
+
+    explicit modalWatcher(QMessageBox::StandardButton answer = QMessageBox::Ok);
+
+    // Called for modal widgets that are not message boxes; it must close them.
+    std::function<void(QWidget *)> handler;
+    QMessageBox::StandardButton answer;
+    QList<seen> boxes;
+
+    QString lastText() const { return boxes.isEmpty() ? QString() : boxes.last().text; }
+    QString lastTitle() const { return boxes.isEmpty() ? QString() : boxes.last().title; }
+
+private slots:
+    void poll();
+
+private:
+    QTimer m_timer;
+};
+
+#endif
