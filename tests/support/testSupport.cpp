@@ -125,6 +125,30 @@ void resetDatabase(bool create)
     connectAsRoot(QStringLiteral("zelnor"));
 }
 
+static QString quotedOrNull(const QString &value)
+{
+    return value.isEmpty() ? QStringLiteral("NULL") : QLatin1Char('\'') + value + QLatin1Char('\'');
+}
+
+void insertLease(const leaseRow &row)
+{
+    const QString n = row.number;
+    const QString year = n.mid(6, 4);
+    if (!exec(QStringLiteral("INSERT lease SET 地区='%1',年度=%2,编号=%3,登记日期='%4',有效日起='%5-01-01',"
+                             "有效日止='%5-12-31',收费金额=%6")
+                  .arg(n.left(6), year, n.mid(10), row.date, row.date.left(4))
+                  .arg(row.fee)))
+        qFatal("insertLease %s failed", qPrintable(n));
+    if (!row.lessor.isEmpty())
+        exec(QStringLiteral("INSERT leaseout SET 登记编号='%1',出方名称=%2,出方电话=%3")
+                 .arg(n, quotedOrNull(row.lessor), quotedOrNull(row.lessorPhone)));
+    if (!row.lessee.isEmpty())
+        exec(QStringLiteral("INSERT leasein SET 登记编号='%1',承方名称=%2,承方电话=%3")
+                 .arg(n, quotedOrNull(row.lessee), quotedOrNull(row.lesseePhone)));
+    if (!row.location.isEmpty())
+        exec(QStringLiteral("INSERT leasehouse SET 登记编号='%1',房屋坐落=%2").arg(n, quotedOrNull(row.location)));
+}
+
 void createOperator(const QString &displayName, const QString &password, int level)
 {
     const QString account = myTools::accountName(displayName);

@@ -48,6 +48,19 @@ int count(const QString &tableAndCondition);
 // name hex-encoded), with the grants of the given level: 1 主管, 2 操作, 3 浏览.
 void createOperator(const QString &displayName, const QString &password, int level);
 
+// One registration written straight into the tables. Party rows are written
+// only for the parts that are given (a lessor name for leaseout, and so on),
+// so tests can leave rows out on purpose.
+struct leaseRow {
+    QString number;           // 15 digits
+    QString date;             // 登记日期, yyyy-MM-dd
+    int fee = 120;
+    QString lessor, lessorPhone;
+    QString lessee, lesseePhone;
+    QString location;
+};
+void insertLease(const leaseRow &row);
+
 // Builds the main window and logs in through its real login form with host
 // "localhost". The caller owns the window.
 mainWindow *login(const QString &name = QStringLiteral("root"), const QString &password = QString());
