@@ -128,6 +128,14 @@ int frmLogin::attemptOpen()
 
 void frmLogin::btLoginClicked()
 {
+    // The client library logs in as the operating-system user when the user
+    // name is empty; an empty name must be refused like a wrong one instead.
+    if (cbxName->currentText().isEmpty()) {
+        QApplication::beep();
+        m_owner->statusBar()->showMessage(QStringLiteral("登录失败，姓名或密码错误"), 2000);
+        cbxName->setFocus();
+        return;
+    }
     const QString account = myTools::accountName(cbxName->currentText());
 
     // Each attempt starts from a fresh registration of the default

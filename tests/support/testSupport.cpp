@@ -11,6 +11,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
+#include <QProcess>
 #include <QPushButton>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -42,13 +43,38 @@ static QString readEnvValue(const QString &name)
 QString socketPath() { return readEnvValue(QStringLiteral("MYSQL_UNIX_PORT")); }
 int serverPort() { return readEnvValue(QStringLiteral("MYSQL_TCP_PORT")).toInt(); }
 
+bool isChild() { return qEnvironmentVariableIsSet("ZELNOR_TEST_CHILD"); }
+
 void initApplication()
 {
     QCoreApplication::setApplicationName(QStringLiteral("ZELNOR"));
     QCoreApplication::setApplicationVersion(QStringLiteral("1.2.1"));
+    if (isChild())
+        return; // runInChild set the variables for this process
     qputenv("MYSQL_UNIX_PORT", socketPath().toLocal8Bit());
     qputenv("MYSQL_TCP_PORT", QByteArray::number(serverPort()));
     qputenv("MYSQL_HOME", serverDir().toLocal8Bit());
+}
+
+int runInChild(const QString &testFunction, const QString &socket, int port,
+               const QString &mysqlHome, QString *output)
+{
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("ZELNOR_TEST_CHILD"), QStringLiteral("1"));
+    env.insert(QStringLiteral("MYSQL_UNIX_PORT"), socket);
+    env.insert(QStringLiteral("MYSQL_TCP_PORT"), QString::number(port));
+    env.insert(QStringLiteral("MYSQL_HOME"), mysqlHome);
+    QProcess child;
+    child.setProcessEnvironment(env);
+    child.setProcessChannelMode(QProcess::MergedChannels);
+    child.start(QCoreApplication::applicationFilePath(), {testFunction});
+    if (!child.waitForFinished(60000)) {
+        child.kill();
+        child.waitForFinished();
+    }
+    if (output)
+        *output = QString::fromLocal8Bit(child.readAll());
+    return child.exitStatus() == QProcess::NormalExit ? child.exitCode() : -1;
 }
 
 QString settingsPath()

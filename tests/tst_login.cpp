@@ -1,0 +1,262 @@
+// Login outcomes through the real login form against real servers: success,
+// refusals, no server, and starting a local server on demand.
+#include "appSettings.h"
+#include "frmLogin.h"
+#include "mainWindow.h"
+#include "testSupport.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QProcess>
+#include <QPushButton>
+#include <QSqlQuery>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class tst_login : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        testSupport::initApplication();
+        // Users get the full nine seconds; the servers here come up in one.
+        frmLogin::serverStartWaitMs = 2500;
+    }
+    void init()
+    {
+        // No box may ever wait for a click here; any that appears is recorded.
+        m_boxes.reset(new modalWatcher);
+        testSupport::removeSettingsFile();
+        if (!testSupport::isChild())
+            testSupport::resetDatabase();
+    }
+
+    void refusals_data();
+    void refusals();
+    void successOpensMainWindow();
+    void autoStartFailsWithBadCommand();
+    void autoStartStartsAndStopsServer();
+    void serverAlreadyRunningIsNotStopped();
+    void formShowsRememberedSettings();
+    void rememberAndForget();
+
+private:
+    std::unique_ptr<modalWatcher> m_boxes;
+};
+
+static QString statusOf(mainWindow *w) { return w->statusBar()->currentMessage(); }
+
+// Runs the current test function again in a child process pointed at the
+// given socket; true in the parent once the child passed, false in the child
+// (which then goes on with the test body).
+static bool ranInChild(const QString &socket, const QString &mysqlHome, int port);
+static bool ranInChild(const QString &socket, int port = 1)
+{
+    return ranInChild(socket, QFileInfo(socket).path(), port);
+}
+
+static bool ranInChild(const QString &socket, const QString &mysqlHome, int port)
+{
+    if (testSupport::isChild())
+        return false;
+    QString function = QString::fromLatin1(QTest::currentTestFunction());
+    if (QTest::currentDataTag())
+        function += ':' + QString::fromUtf8(QTest::currentDataTag());
+    QString output;
+    const int rc = testSupport::runInChild(function, socket, port, mysqlHome, &output);
+    if (rc != 0)
+        QTest::qFail(qPrintable("child process failed:\n" + output), __FILE__, __LINE__);
+    return true;
+}
+
+static const char *const deadSocket = "/tmp/zelnor-no-server.sock";
+
+void tst_login::refusals_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QString>("host");
+    QTest::addColumn<bool>("serverUp");
+    QTest::addColumn<bool>("autoStart");
+    QTest::addColumn<QString>("status");
+
+    const QString wrong = "登录失败，姓名或密码错误";
+    const QString down = "登录失败，原因是Mysql数据库没有启动";
+    QTest::newRow("wrong password") << "root" << "nope" << "localhost" << true << false << wrong;
+    QTest::newRow("unknown operator") << "张三" << "x" << "localhost" << true << false << wrong;
+    QTest::newRow("quote in name") << "O'Neil" << "x" << "localhost" << true << false << wrong;
+    // Left empty, the client library would log in as the system user.
+    QTest::newRow("empty name") << "" << "" << "localhost" << true << false << wrong;
+    QTest::newRow("Root is not root") << "Root" << "" << "localhost" << true << false << wrong;
+    QTest::newRow("no server, no auto-start") << "root" << "" << "localhost" << false << false << down;
+    // Only the word localhost starts a server, never the loopback address.
+    QTest::newRow("loopback address never auto-starts") << "root" << "" << "127.0.0.1" << false << true << down;
+}
+
+void tst_login::refusals()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, password);
+    QFETCH(QString, host);
+    QFETCH(bool, serverUp);
+    QFETCH(bool, autoStart);
+    QFETCH(QString, status);
+
+    if (!serverUp && ranInChild(deadSocket))
+        return;
+    if (autoStart) {
+        auto settings = appSettings::open();
+        settings->setValue("Server/AutoStart", true);
+        settings->setValue("Server/BinDir", "/bin/false");
+    }
+    std::unique_ptr<mainWindow> window(new mainWindow);
+    window->show();
+    auto *form = window->findChild<frmLogin *>();
+    form->serverEdit()->setText(host);
+    form->nameBox()->setEditText(name);
+    form->passwordEdit()->setText(password);
+    form->loginButton()->click();
+
+    QCOMPARE(statusOf(window.get()), status);
+    QCOMPARE(window->level(), 10);
+    QVERIFY(window->findChild<frmLogin *>()); // still there for another try
+    QVERIFY(!window->serverProcess());
+    QVERIFY(m_boxes->boxes.isEmpty());
+}
+
+void tst_login::successOpensMainWindow()
+{
+    std::unique_ptr<mainWindow> window(testSupport::login("root", ""));
+    QCOMPARE(window->level(), 0);
+    QVERIFY(!window->findChild<frmLogin *>() || !window->findChild<frmLogin *>()->isVisible());
+    QCOMPARE(window->connection().databaseName(), QString("zelnor"));
+    QVERIFY(window->connection().isOpen());
+    QCOMPARE(window->workDate(), testSupport::scalar("SELECT CURDATE()").toDate());
+    QVERIFY(window->isMaximized());
+}
+
+void tst_login::autoStartFailsWithBadCommand()
+{
+    if (ranInChild(deadSocket))
+        return;
+    {
+        auto settings = appSettings::open();
+        settings->setValue("Server/Address", "LocalHost");
+        settings->setValue("Server/AutoStart", true);
+        settings->setValue("Server/BinDir", "/no/such/mysqld --console");
+    }
+    std::unique_ptr<mainWindow> window(new mainWindow);
+    window->show();
+    auto *form = window->findChild<frmLogin *>();
+    QVERIFY(!form->serverEdit()->isVisible()); // remembered address hides the row
+    QCOMPARE(form->serverEdit()->text(), QString("LocalHost"));
+    form->nameBox()->setEditText("root");
+    form->loginButton()->click();
+    QCOMPARE(statusOf(window.get()), QString("偿试自启动数据库失败,请确认/no/such/mysqld --console"));
+    QCOMPARE(window->level(), 10);
+    QVERIFY(!window->serverProcess());
+}
+
+// Starts a second, private server through the program's own auto-start,
+// logs in on it (creating the database there) and checks that closing the
+// window stops exactly that server.
+void tst_login::autoStartStartsAndStopsServer()
+{
+    const QString script = QStringLiteral(ZELNOR_SOURCE_DIR "/scripts/local-server");
+    if (!testSupport::isChild()) {
+        QTemporaryDir dir("/tmp/zelnor-autostart-XXXXXX");
+        const QString server = dir.path() + "/srv";
+        QCOMPARE(QProcess::execute(script, {"init", server}), 0);
+        ranInChild(server + "/mysqld.sock");
+        QProcess::execute(script, {"stop", server}); // only if the program failed to
+        return;
+    }
+    const QString server = QFileInfo(qEnvironmentVariable("MYSQL_UNIX_PORT")).path();
+    {
+        auto settings = appSettings::open();
+        settings->setValue("Server/Address", "localhost");
+        settings->setValue("Server/AutoStart", true);
+        settings->setValue("Server/AutoStop", true);
+        settings->setValue("Server/BinDir", QString("\"%1\" run \"%2\"").arg(script, server));
+    }
+    std::unique_ptr<mainWindow> window(testSupport::login("root", ""));
+    QCOMPARE(window->level(), 0);
+    QProcess *started = window->serverProcess();
+    QVERIFY(started);
+    QCOMPARE(started->state(), QProcess::Running);
+    QVERIFY(testSupport::count("information_schema.tables WHERE table_schema='zelnor'") >= 5);
+
+    QVERIFY2(m_boxes->boxes.isEmpty(), qPrintable(m_boxes->lastText()));
+    window->close();
+    QCOMPARE(started->state(), QProcess::NotRunning);
+    QVERIFY(!QFile::exists(server + "/mysqld.pid"));
+}
+
+void tst_login::serverAlreadyRunningIsNotStopped()
+{
+    {
+        auto settings = appSettings::open();
+        settings->setValue("Server/AutoStart", true);
+        settings->setValue("Server/AutoStop", true);
+        settings->setValue("Server/BinDir", "/bin/sleep 60");
+    }
+    std::unique_ptr<mainWindow> window(testSupport::login("root", ""));
+    QCOMPARE(window->level(), 0);
+    QVERIFY(!window->serverProcess());
+    window->close();
+    QVERIFY(testSupport::connectAsRoot());
+}
+
+void tst_login::formShowsRememberedSettings()
+{
+    {
+        auto settings = appSettings::open();
+        settings->setValue("LoginUser/张三", 1);
+        settings->setValue("LoginUser/admin", 1);
+    }
+    mainWindow window;
+    window.show();
+    auto *form = window.findChild<frmLogin *>();
+    QCOMPARE(form->windowTitle(), QString("操作员登录"));
+    QVERIFY(form->serverEdit()->isVisible()); // no remembered address
+    QStringList items;
+    for (int i = 0; i < form->nameBox()->count(); ++i)
+        items << form->nameBox()->itemText(i);
+    QCOMPARE(items.size(), 2);
+    QVERIFY(items.contains("张三") && items.contains("admin"));
+    QVERIFY(form->passwordEdit()->text().isEmpty());
+    QCOMPARE(form->passwordEdit()->echoMode(), QLineEdit::Password);
+}
+
+void tst_login::rememberAndForget()
+{
+    mainWindow window;
+    auto *form = window.findChild<frmLogin *>();
+    form->nameBox()->setEditText("李四");
+    form->rememberUser();
+    form->serverEdit()->setText("db.example");
+    form->rememberServer();
+    form->nameBox()->setEditText("");
+    form->rememberUser(); // an empty name is not remembered
+    {
+        auto settings = appSettings::open();
+        settings->beginGroup("LoginUser");
+        QCOMPARE(settings->childKeys(), QStringList{"李四"});
+        settings->endGroup();
+        QCOMPARE(settings->value("Server/Address").toString(), QString("db.example"));
+    }
+    form->nameBox()->setEditText("从未记忆");
+    form->forgetUser();
+    form->nameBox()->setEditText("李四");
+    form->forgetUser();
+    auto settings = appSettings::open();
+    settings->beginGroup("LoginUser");
+    QVERIFY(settings->childKeys().isEmpty());
+}
+
+QTEST_MAIN(tst_login)
+#include "tst_login.moc"

@@ -1,0 +1,136 @@
+// Operator identity: account-name encoding both ways, and the level read
+// back from the server's real grants.
+#include "frmLogin.h"
+#include "mainWindow.h"
+#include "myTools.h"
+#include "testSupport.h"
+
+#include <QLabel>
+#include <QStatusBar>
+#include <QtTest>
+
+class tst_operators : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase() { testSupport::initApplication(); }
+    void init()
+    {
+        testSupport::removeSettingsFile();
+        testSupport::resetDatabase();
+    }
+
+    void accountName_data();
+    void accountName();
+    void displayName_data();
+    void displayName();
+    void levelFromGrants_data();
+    void levelFromGrants();
+    void loginShowsLevel_data();
+    void loginShowsLevel();
+};
+
+void tst_operators::accountName_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("account");
+    QTest::newRow("root stays root") << "root" << "root";
+    QTest::newRow("Root is another account") << "Root" << "526f6f74";
+    QTest::newRow("admin") << "admin" << "61646d696e";
+    QTest::newRow("chinese, GB18030 bytes") << "张三" << "d5c5c8fd";
+    QTest::newRow("mixed") << "李a" << "c0ee61";
+    QTest::newRow("quote") << "O'Neil" << "4f274e65696c";
+    // Bytes below 16 give one digit: no padding.
+    QTest::newRow("control byte unpadded") << "a\tb" << "61962";
+    QTest::newRow("empty") << "" << "";
+}
+
+void tst_operators::accountName()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, account);
+    QCOMPARE(myTools::accountName(name), account);
+}
+
+void tst_operators::displayName_data()
+{
+    QTest::addColumn<QString>("account");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("root") << "root" << "root";
+    QTest::newRow("admin") << "61646d696e" << "admin";
+    QTest::newRow("chinese") << "d5c5c8fd" << "张三";
+    QTest::newRow("four-byte GB18030") << myTools::accountName("𠀀甲") << "𠀀甲";
+    // A pair that is not hex ends the name (a zero byte).
+    QTest::newRow("bad pair stops") << "4142zz43" << "AB";
+    QTest::newRow("odd length drops last digit") << "41424" << "AB";
+}
+
+void tst_operators::displayName()
+{
+    QFETCH(QString, account);
+    QFETCH(QString, name);
+    QCOMPARE(myTools::displayName(account), name);
+}
+
+void tst_operators::levelFromGrants_data()
+{
+    QTest::addColumn<QString>("grant"); // %1 = 'account'@'%'
+    QTest::addColumn<int>("level");
+    QTest::newRow("grant option only") << "GRANT SELECT ON zelnor.* TO %1 WITH GRANT OPTION" << 1;
+    QTest::newRow("all with grant option") << "GRANT ALL ON zelnor.* TO %1 WITH GRANT OPTION" << 1;
+    QTest::newRow("all") << "GRANT ALL ON zelnor.* TO %1" << 2;
+    QTest::newRow("drop and execute") << "GRANT DROP, EXECUTE ON zelnor.* TO %1" << 2;
+    QTest::newRow("drop without execute") << "GRANT SELECT, DROP ON zelnor.* TO %1" << 3;
+    QTest::newRow("browse set")
+        << "GRANT Select,Insert,Update,Delete,Lock Tables,Create,Create Temporary Tables,Show View,"
+           "Create View,Alter,Index,Drop ON zelnor.* TO %1" << 3;
+    QTest::newRow("no row for the database") << "GRANT SELECT ON mysql.* TO %1" << 3;
+    // Only database-level grants count: a global grant reads as 浏览.
+    QTest::newRow("global rights") << "GRANT ALL ON *.* TO %1 WITH GRANT OPTION" << 3;
+}
+
+void tst_operators::levelFromGrants()
+{
+    QFETCH(QString, grant);
+    QFETCH(int, level);
+    const QString account = myTools::accountName("王五");
+    QVERIFY(testSupport::exec(QString("CREATE USER '%1'@'%' IDENTIFIED BY 'x'").arg(account)));
+    QVERIFY(testSupport::exec(grant.arg(QString("'%1'@'%'").arg(account))));
+    QCOMPARE(myTools().operatorLevel(account, "zelnor"), level);
+    QCOMPARE(myTools().operatorLevel("root", "no_such_db"), 0);
+}
+
+void tst_operators::loginShowsLevel_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("level");
+    QTest::addColumn<QString>("label");
+    QTest::newRow("root") << "root" << 0 << "权限：超级用户";
+    QTest::newRow("主管") << "赵主管" << 1 << "权限：主管";
+    QTest::newRow("操作") << "钱操作" << 2 << "权限：操作";
+    QTest::newRow("浏览") << "孙浏览" << 3 << "权限：浏览";
+}
+
+void tst_operators::loginShowsLevel()
+{
+    QFETCH(QString, name);
+    QFETCH(int, level);
+    QFETCH(QString, label);
+    QString password;
+    if (name != "root") {
+        password = "pw-" + QString::number(level);
+        testSupport::createOperator(name, password, level);
+    }
+    std::unique_ptr<mainWindow> window(testSupport::login(name, password));
+    QCOMPARE(window->level(), level);
+    QCOMPARE(window->operatorName(), name);
+    QCOMPARE(window->connection().userName(), myTools::accountName(name));
+    QStringList labels;
+    for (QLabel *l : window->statusBar()->findChildren<QLabel *>())
+        labels << l->text();
+    QVERIFY2(labels.contains(label), qPrintable(labels.join('|')));
+    QVERIFY2(labels.contains("操作员：" + name), qPrintable(labels.join('|')));
+}
+
+QTEST_MAIN(tst_operators)
+#include "tst_operators.moc"

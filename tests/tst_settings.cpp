@@ -1,0 +1,156 @@
+// The settings file: GB18030 bytes on disk, compatible with files that other
+// programs (and earlier installations) wrote, and key spelling rules.
+#include "appSettings.h"
+#include "gbText.h"
+#include "testSupport.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QtTest>
+
+class tst_settings : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase() { testSupport::initApplication(); }
+    void init() { testSupport::removeSettingsFile(); }
+
+    void writtenAsGb18030Bytes();
+    void readsFileWrittenElsewhere_data();
+    void readsFileWrittenElsewhere();
+    void anotherProcessReadsWhatWeWrote();
+    void leadingSlashIsTheSameKey_data();
+    void leadingSlashIsTheSameKey();
+    void utf8FileIsMisread();
+    void missingFileGivesDefaults();
+    void textFilesAreGb18030();
+};
+
+static QByteArray rawFile()
+{
+    QFile file(testSupport::settingsPath());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+static void writeRaw(const QByteArray &bytes)
+{
+    QFile file(testSupport::settingsPath());
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(bytes);
+}
+
+void tst_settings::writtenAsGb18030Bytes()
+{
+    appSettings::open()->setValue("Register/Company", QString("城关区房屋租赁管理所"));
+    const QByteArray bytes = rawFile();
+    QVERIFY(bytes.contains("[Register]"));
+    QVERIFY2(bytes.contains("Company=" + gbText::encode("城关区房屋租赁管理所")), bytes.constData());
+    QVERIFY(!bytes.contains(QString("城关区").toUtf8()));
+    QCOMPARE(appSettings::path(), QCoreApplication::applicationDirPath() + "/ZELNOR.ini");
+}
+
+void tst_settings::readsFileWrittenElsewhere_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("expected");
+    const QByteArray company = gbText::encode("东城房管所");
+    QTest::newRow("chinese value") << QByteArray("[Register]\r\nCompany=" + company + "\r\nRegion=110101\r\n")
+                                   << "Register/Company" << "东城房管所";
+    QTest::newRow("region") << QByteArray("[Register]\nRegion=110101\n") << "Register/Region" << "110101";
+    // Chinese key names are stored %U-escaped by the settings library.
+    QTest::newRow("remembered operator") << QByteArray("[LoginUser]\n%U5F20%U4E09=1\n")
+                                         << "LoginUser/张三" << "1";
+    QTest::newRow("quoted command") << QByteArray("[Server]\nBinDir=\"\\\"/opt/my sql/bin/mysqld\\\" --x\"\n")
+                                    << "Server/BinDir" << "\"/opt/my sql/bin/mysqld\" --x";
+}
+
+void tst_settings::readsFileWrittenElsewhere()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QString, key);
+    QFETCH(QString, expected);
+    writeRaw(file);
+    QCOMPARE(appSettings::open()->value(key).toString(), expected);
+}
+
+void tst_settings::anotherProcessReadsWhatWeWrote()
+{
+    // The settings library caches a parsed file per process, so only another
+    // process shows what is really on disk.
+    {
+        auto settings = appSettings::open();
+        settings->setValue("Register/Company", QString("西湖区住房保障局"));
+        settings->setValue("LoginUser/李四", 1);
+    }
+    QProcess child;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("ZELNOR_SETTINGS_CHILD", "1");
+    child.setProcessEnvironment(env);
+    child.start(QCoreApplication::applicationFilePath(), QStringList());
+    QVERIFY(child.waitForFinished(10000));
+    const QString out = QString::fromUtf8(child.readAllStandardOutput());
+    QCOMPARE(out, QString("西湖区住房保障局|李四"));
+}
+
+void tst_settings::leadingSlashIsTheSameKey_data()
+{
+    QTest::addColumn<QString>("written");
+    QTest::addColumn<QString>("read");
+    QTest::newRow("slash written") << "/ZELNOR/Price" << "ZELNOR/Price";
+    QTest::newRow("slash read") << "ZELNOR/Price" << "/ZELNOR/Price";
+}
+
+void tst_settings::leadingSlashIsTheSameKey()
+{
+    QFETCH(QString, written);
+    QFETCH(QString, read);
+    appSettings::open()->setValue(written, 150);
+    QCOMPARE(appSettings::open()->value(read, 120).toInt(), 150);
+    QCOMPARE(rawFile().count("Price="), 1);
+}
+
+void tst_settings::utf8FileIsMisread()
+{
+    // A file an editor saved as UTF-8 is not what the program expects.
+    writeRaw("[Register]\nCompany=" + QString("房管所").toUtf8() + "\n");
+    QVERIFY(appSettings::open()->value("Register/Company").toString() != QString("房管所"));
+}
+
+void tst_settings::missingFileGivesDefaults()
+{
+    auto settings = appSettings::open();
+    QCOMPARE(settings->value("Register/Region", "000000").toString(), QString("000000"));
+    QVERIFY(!QFile::exists(testSupport::settingsPath()));
+}
+
+void tst_settings::textFilesAreGb18030()
+{
+    for (const char *name : {"readme.txt", "fieldtype.txt"}) {
+        QString text;
+        QVERIFY2(gbText::readFile(QString::fromLatin1(name), &text), name);
+        QVERIFY2(text.contains(QString("登记")), name);
+        QVERIFY2(!text.contains(QChar::ReplacementCharacter), name);
+    }
+    QString text;
+    QVERIFY(!gbText::readFile("no-such-file.txt", &text));
+}
+
+int main(int argc, char *argv[])
+{
+    QApplication app(argc, argv);
+    if (qEnvironmentVariableIsSet("ZELNOR_SETTINGS_CHILD")) {
+        testSupport::initApplication();
+        auto settings = appSettings::open();
+        settings->beginGroup("LoginUser");
+        const QString user = settings->childKeys().value(0);
+        settings->endGroup();
+        QTextStream(stdout) << settings->value("Register/Company").toString() << '|' << user;
+        return 0;
+    }
+    tst_settings test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_settings.moc"
