@@ -1,0 +1,256 @@
+// The main window: actions enabled by operator level, Enter as Tab, the
+// operation log and its viewer, clearing the log, the tool bar setting.
+#include "appSettings.h"
+#include "frmLogin.h"
+#include "mainWindow.h"
+#include "myTableView.h"
+#include "testSupport.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QTextEdit>
+#include <QToolBar>
+#include <QSqlQuery>
+#include <QtTest>
+
+class tst_mainWindow : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase() { testSupport::initApplication(); }
+    void init()
+    {
+        m_boxes.reset(new modalWatcher(QMessageBox::Yes));
+        testSupport::removeSettingsFile();
+        testSupport::resetDatabase();
+    }
+
+    void levelEnabling_data();
+    void levelEnabling();
+    void menusAndToolBar();
+    void enterMovesLikeTab();
+    void loginAndExitAreLogged();
+    void quoteInOperatorNameDoesNotStopLogin();
+    void viewLog();
+    void clearLog_data();
+    void clearLog();
+    void clearLogFailureKeepsRows();
+    void toolBarHiddenStaysHidden();
+    void helpWindow();
+
+private:
+    std::unique_ptr<modalWatcher> m_boxes;
+};
+
+static QStringList enabledActions(mainWindow *w)
+{
+    QStringList names;
+    for (QAction *menu : w->menuBar()->actions())
+        for (QAction *a : menu->menu()->actions())
+            if (!a->isSeparator() && a->isEnabled())
+                names << a->text();
+    names.sort();
+    return names;
+}
+
+void tst_mainWindow::levelEnabling_data()
+{
+    QTest::addColumn<int>("level");
+    QTest::addColumn<QStringList>("enabled");
+    const QStringList always{"退    出", "设置背景图片", "关于", "帮助说明"};
+    const QStringList browse = always + QStringList{"浏览查询", "搜索查询", "操作员修改密码"};
+    const QStringList operate = browse + QStringList{"登记备案", "备份业务数据", "恢复业务数据", "浏览日志",
+                                                     "选择项目维护", "打印控制"};
+    const QStringList all = operate + QStringList{"清理业务数据", "清理所有日志", "操作员管理", "数据字段维护",
+                                                  "默认收费金额", "配置服务器"};
+    QTest::newRow("not logged in") << 10 << always;
+    QTest::newRow("浏览") << 3 << browse;
+    QTest::newRow("操作") << 2 << operate;
+    QTest::newRow("主管") << 1 << all;
+    QTest::newRow("超级用户") << 0 << all;
+}
+
+void tst_mainWindow::levelEnabling()
+{
+    QFETCH(int, level);
+    QFETCH(QStringList, enabled);
+    mainWindow window;
+    window.setLevel(level);
+    enabled.sort();
+    QCOMPARE(enabledActions(&window), enabled);
+    // The tool bar holds the same action objects.
+    for (QAction *a : window.findChild<QToolBar *>()->actions())
+        if (!a->isSeparator())
+            QCOMPARE(a->isEnabled(), enabled.contains(a->text()));
+}
+
+void tst_mainWindow::menusAndToolBar()
+{
+    mainWindow window;
+    QCOMPARE(window.windowTitle(), QString("Zelnor"));
+    QStringList menus;
+    for (QAction *m : window.menuBar()->actions())
+        menus << m->text();
+    QCOMPARE(menus, (QStringList{"业务管理(&1)", "数据管理(&2)", "日志管理(&3)", "设置维护(&4)", "帮助(&5)"}));
+    QStringList tools;
+    for (QAction *a : window.findChild<QToolBar *>()->actions())
+        tools << (a->isSeparator() ? QString("—") : a->text());
+    QCOMPARE(tools, (QStringList{"登记备案", "浏览查询", "搜索查询", "—", "备份业务数据", "恢复业务数据", "—"}));
+    // Every icon the actions name is in the resources.
+    for (QAction *a : window.findChildren<QAction *>())
+        if (!a->isSeparator() && a->text() != "浏览日志" && a->text() != "数据字段维护"
+            && a->text() != "选择项目维护" && a->text() != "默认收费金额" && a->text() != "配置服务器"
+            && !a->menu() && a->parent() == &window)
+            QVERIFY2(!a->icon().isNull(), qPrintable(a->text()));
+    QVERIFY(!window.windowIcon().isNull());
+}
+
+void tst_mainWindow::enterMovesLikeTab()
+{
+    mainWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    auto *form = window.findChild<frmLogin *>();
+    form->serverEdit()->setFocus();
+    QTest::keyClick(form->serverEdit(), Qt::Key_Return);
+    QVERIFY(testSupport::waitFor([&] { return form->nameBox()->hasFocus() || form->nameBox()->lineEdit()->hasFocus(); }));
+    form->passwordEdit()->setFocus();
+    QTest::keyClick(form->passwordEdit(), Qt::Key_Enter);
+    QVERIFY(testSupport::waitFor([&] { return form->loginButton()->hasFocus(); }));
+    QCOMPARE(window.level(), 10); // Enter moved on; it did not log in
+}
+
+static QStringList logRows()
+{
+    QStringList rows;
+    QSqlQuery q("SELECT 用户, 描述 FROM log");
+    while (q.next())
+        rows << q.value(0).toString() + "|" + q.value(1).toString();
+    return rows;
+}
+
+void tst_mainWindow::loginAndExitAreLogged()
+{
+    testSupport::createOperator("周操作", "pw", 2);
+    std::unique_ptr<mainWindow> window(testSupport::login("周操作", "pw"));
+    QCOMPARE(window->level(), 2);
+    QCOMPARE(logRows(), QStringList{"周操作|登录系统"});
+    const QDateTime logged = testSupport::scalar("SELECT 日期 FROM log").toDateTime();
+    QVERIFY(qAbs(logged.secsTo(testSupport::scalar("SELECT NOW()").toDateTime())) < 60);
+    window->close();
+    testSupport::connectAsRoot("zelnor");
+    QCOMPARE(logRows(), (QStringList{"周操作|登录系统", "周操作|退出系统"}));
+}
+
+void tst_mainWindow::quoteInOperatorNameDoesNotStopLogin()
+{
+    // The log row breaks on the quote; the login itself must still work.
+    testSupport::createOperator("O'Neil", "pw", 3);
+    std::unique_ptr<mainWindow> window(testSupport::login("O'Neil", "pw"));
+    QCOMPARE(window->level(), 3);
+    QCOMPARE(window->operatorName(), QString("O'Neil"));
+    QVERIFY(m_boxes->boxes.isEmpty());
+}
+
+void tst_mainWindow::viewLog()
+{
+    std::unique_ptr<mainWindow> window(testSupport::login());
+    window->slotViewLog();
+    QMdiSubWindow *sub = window->mdiArea()->subWindowList().last();
+    auto *view = qobject_cast<myTableView *>(sub->widget());
+    QVERIFY(view);
+    QCOMPARE(view->windowTitle(), QString("浏览业务日志"));
+    QCOMPARE(sub->size(), QSize(640, 400));
+    QCOMPARE(view->model()->columnCount(), 3);
+    QCOMPARE(view->model()->headerData(2, Qt::Horizontal).toString(), QString("描述"));
+    QCOMPARE(view->model()->rowCount(), 1);
+    QCOMPARE(view->model()->index(0, 2).data().toString(), QString("登录系统"));
+    QCOMPARE(view->columnWidth(0), 130);
+}
+
+void tst_mainWindow::clearLog_data()
+{
+    QTest::addColumn<int>("rowsBefore");
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<QStringList>("after");
+    QTest::newRow("several rows") << 5 << int(QMessageBox::Yes) << QStringList{"root|清空日志"};
+    QTest::newRow("already empty") << 0 << int(QMessageBox::Yes) << QStringList{"root|清空日志"};
+    QTest::newRow("answered no") << 2 << int(QMessageBox::No) << QStringList{"x|a0", "x|a1"};
+}
+
+void tst_mainWindow::clearLog()
+{
+    QFETCH(int, rowsBefore);
+    QFETCH(int, answer);
+    QFETCH(QStringList, after);
+    std::unique_ptr<mainWindow> window(testSupport::login());
+    testSupport::exec("DELETE FROM log");
+    for (int i = 0; i < rowsBefore; ++i)
+        testSupport::exec(QString("INSERT INTO log SET 日期=NOW(),用户='x',描述='a%1'").arg(i));
+    m_boxes->answer = QMessageBox::StandardButton(answer);
+    window->slotClearLog();
+    QCOMPARE(m_boxes->boxes.size(), 1);
+    QCOMPARE(m_boxes->lastTitle(), QString("确认"));
+    QCOMPARE(m_boxes->lastText(), QString("将清空业务日志，请注意数据备份。是否继续进行？"));
+    QCOMPARE(logRows(), after);
+    if (answer == QMessageBox::Yes)
+        QCOMPARE(window->statusBar()->currentMessage(), QString(" OK，清空日志完成！"));
+}
+
+void tst_mainWindow::clearLogFailureKeepsRows()
+{
+    std::unique_ptr<mainWindow> window(testSupport::login());
+    // The delete succeeds, the insert of the record row then fails: the
+    // transaction must bring the deleted rows back.
+    QVERIFY(testSupport::exec("ALTER TABLE log ADD 必填 int NOT NULL"));
+    const int before = testSupport::count("log");
+    QVERIFY(before > 0);
+    window->slotClearLog();
+    QCOMPARE(m_boxes->boxes.size(), 2);
+    QCOMPARE(m_boxes->lastTitle(), QString("错误"));
+    QVERIFY2(m_boxes->lastText().contains("必填"), qPrintable(m_boxes->lastText()));
+    QCOMPARE(testSupport::count("log"), before);
+}
+
+void tst_mainWindow::toolBarHiddenStaysHidden()
+{
+    {
+        mainWindow window;
+        window.show();
+        QVERIFY(window.findChild<QToolBar *>()->isVisible());
+        window.findChild<QToolBar *>()->hide();
+    }
+    QCOMPARE(appSettings::open()->value("ToolBar/Display").toBool(), false);
+    mainWindow again;
+    again.show();
+    QVERIFY(!again.findChild<QToolBar *>()->isVisible());
+}
+
+void tst_mainWindow::helpWindow()
+{
+    mainWindow window; // usable before login
+    window.slotHelp();
+    auto *help = qobject_cast<QTextEdit *>(window.mdiArea()->subWindowList().last()->widget());
+    QVERIFY(help);
+    QCOMPARE(help->windowTitle(), QString("帮助说明"));
+    QVERIFY(help->isReadOnly());
+    QVERIFY(help->toPlainText().contains("登记备案"));
+
+    QTemporaryDir elsewhere;
+    const QString here = QDir::currentPath();
+    QDir::setCurrent(elsewhere.path());
+    const int windows = window.mdiArea()->subWindowList().size();
+    window.slotHelp();
+    QDir::setCurrent(here);
+    QCOMPARE(window.mdiArea()->subWindowList().size(), windows);
+    QCOMPARE(window.statusBar()->currentMessage(), QString("打开文件“readme.txt”失败。"));
+}
+
+QTEST_MAIN(tst_mainWindow)
+#include "tst_mainWindow.moc"
