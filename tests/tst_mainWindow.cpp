@@ -14,6 +14,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QStatusBar>
+#include <QStyledItemDelegate>
 #include <QTextEdit>
 #include <QToolBar>
 #include <QSqlQuery>
@@ -172,6 +173,9 @@ void tst_mainWindow::viewLog()
     QCOMPARE(view->model()->rowCount(), 1);
     QCOMPARE(view->model()->index(0, 2).data().toString(), QString("登录系统"));
     QCOMPARE(view->columnWidth(0), 130);
+    const QModelIndex date = view->model()->index(0, 0);
+    const QString shown = qobject_cast<QStyledItemDelegate *>(view->itemDelegate())->displayText(date.data(), QLocale());
+    QCOMPARE(shown, date.data().toDateTime().toString("yyyy-MM-dd hh:mm:ss"));
 }
 
 void tst_mainWindow::clearLog_data()
