@@ -44,6 +44,7 @@ private slots:
     void clearLogFailureKeepsRows();
     void toolBarHiddenStaysHidden();
     void helpWindow();
+    void unreadableSettingsFile();
 
 private:
     std::unique_ptr<modalWatcher> m_boxes;
@@ -254,6 +255,21 @@ void tst_mainWindow::helpWindow()
     QDir::setCurrent(here);
     QCOMPARE(window.mdiArea()->subWindowList().size(), windows);
     QCOMPARE(window.statusBar()->currentMessage(), QString("打开文件“readme.txt”失败。"));
+}
+
+void tst_mainWindow::unreadableSettingsFile()
+{
+    // A settings path that cannot be read as a file: every value falls back
+    // to its default and the program still starts and logs in.
+    QVERIFY(QDir().mkpath(testSupport::settingsPath()));
+    {
+        std::unique_ptr<mainWindow> window(testSupport::login());
+        QCOMPARE(window->region(), QString("000000"));
+        QCOMPARE(window->level(), 0);
+        QVERIFY(window->findChild<QToolBar *>()->isVisible());
+        window->findChild<QToolBar *>()->hide(); // its write fails quietly
+    }
+    QVERIFY(QDir().rmdir(testSupport::settingsPath()));
 }
 
 QTEST_MAIN(tst_mainWindow)

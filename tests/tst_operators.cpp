@@ -5,6 +5,7 @@
 #include "myTools.h"
 #include "testSupport.h"
 
+#include <QAction>
 #include <QLabel>
 #include <QStatusBar>
 #include <QtTest>
@@ -28,6 +29,7 @@ private slots:
     void levelFromGrants();
     void loginShowsLevel_data();
     void loginShowsLevel();
+    void characterSetListing();
 };
 
 void tst_operators::accountName_data()
@@ -130,6 +132,26 @@ void tst_operators::loginShowsLevel()
         labels << l->text();
     QVERIFY2(labels.contains(label), qPrintable(labels.join('|')));
     QVERIFY2(labels.contains("操作员：" + name), qPrintable(labels.join('|')));
+
+    // What the level unlocks after a real login.
+    auto enabled = [&](const QString &text) {
+        for (QAction *a : window->findChildren<QAction *>())
+            if (a->text() == text)
+                return a->isEnabled();
+        return false;
+    };
+    QCOMPARE(enabled("搜索查询"), true);
+    QCOMPARE(enabled("登记备案"), level <= 2);
+    QCOMPARE(enabled("操作员管理"), level <= 1);
+}
+
+void tst_operators::characterSetListing()
+{
+    modalWatcher boxes;
+    myTools().showCharacterSets();
+    QCOMPARE(boxes.boxes.size(), 1);
+    QCOMPARE(boxes.lastTitle(), QString("Mysql字符集"));
+    QVERIFY2(boxes.lastText().contains("character_set_server -- utf8mb3\t\n"), qPrintable(boxes.lastText()));
 }
 
 QTEST_MAIN(tst_operators)

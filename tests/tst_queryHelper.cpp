@@ -1,5 +1,6 @@
 // The query helper's typed cells and row order, and block copy from the
 // result view.
+#include "dbTools.h"
 #include "myTableView.h"
 #include "mySqlQuery.h"
 #include "testSupport.h"
@@ -34,7 +35,25 @@ private slots:
     void sortsByValue();
     void copyBlock_data();
     void copyBlock();
+    void reopenReportsFailure();
 };
+
+void tst_queryHelper::reopenReportsFailure()
+{
+    modalWatcher boxes;
+    QSqlDatabase db = QSqlDatabase::addDatabase("QMYSQL", "wrong");
+    db.setHostName("localhost");
+    db.setUserName("root");
+    db.setPassword("not-the-password");
+    QVERIFY(!dbTools::reopen(db));
+    QCOMPARE(boxes.boxes.size(), 1);
+    QCOMPARE(boxes.lastTitle(), QString("Database Error"));
+    QVERIFY2(boxes.lastText().startsWith("Access denied for user 'root'"), qPrintable(boxes.lastText()));
+
+    QSqlDatabase root = QSqlDatabase::database();
+    QVERIFY(dbTools::reopen(root));
+    QCOMPARE(boxes.boxes.size(), 1);
+}
 
 static QStringList column(QTableWidget &t, int c)
 {
