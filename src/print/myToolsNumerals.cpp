@@ -5,9 +5,8 @@
 // years show exactly what this sequence yields (一亿万○, 壹拾零亿万元…), so its
 // quirks are kept: re-printing an old registration must give the same text.
 #include "myTools.h"
+#include "printLayout.h"
 
-#include <QApplication>
-#include <QMessageBox>
 #include <QStringList>
 
 namespace {
@@ -47,17 +46,7 @@ QString transliterate(const QString &w, const QString &ascii, const QString &chi
     return out;
 }
 
-void reportTooLarge()
-{
-    const QString text = QStringLiteral("数目太大，无法换算！");
-    // A box needs widgets; batch runs and tools without a QApplication must
-    // not block on one, so they get the same text in the log instead.
-    if (!qobject_cast<QApplication *>(QCoreApplication::instance())) {
-        qWarning("%s", qUtf8Printable(text));
-        return;
-    }
-    QMessageBox::critical(nullptr, QStringLiteral("错误"), text, QMessageBox::Ok);
-}
+void reportTooLarge() { printLayout::showError(QStringLiteral("数目太大，无法换算！")); }
 
 } // namespace
 
