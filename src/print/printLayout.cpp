@@ -96,9 +96,9 @@ Qt::Alignment printLayout::alignmentOf(const QString &alignment)
 {
     // No vertical flag: the text sits at the top of its box, where the
     // stationery's lines are.
-    if (alignment == QLatin1String("居中"))
+    if (alignment == QStringLiteral("居中"))
         return Qt::AlignHCenter;
-    if (alignment == QLatin1String("居右"))
+    if (alignment == QStringLiteral("居右"))
         return Qt::AlignRight;
     return Qt::AlignLeft;
 }
@@ -115,9 +115,9 @@ QPoint printLayout::pairOf(const QString &text)
 
 QString printLayout::converted(const QString &value, const QString &conversion)
 {
-    if (conversion == QLatin1String("中文数字"))
+    if (conversion == QStringLiteral("中文数字"))
         return myTools().toChineseNumber(value);
-    if (conversion == QLatin1String("金额大写"))
+    if (conversion == QStringLiteral("金额大写"))
         return myTools().toChineseAmount(value.toDouble());
     return value;
 }
