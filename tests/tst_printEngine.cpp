@@ -90,6 +90,20 @@ QRectF find(const pdfPage &page, const QString &text)
     return QRectF();
 }
 
+void insertRegistration(const QString &number, int fee, const QString &lessor, const QString &lessorPhone,
+                        const QString &lessee, const QString &location)
+{
+    testSupport::leaseRow row;
+    row.number = number;
+    row.date = "2026-03-0" + number.right(1);
+    row.fee = fee;
+    row.lessor = lessor;
+    row.lessorPhone = lessorPhone;
+    row.lessee = lessee;
+    row.location = location;
+    testSupport::insertLease(row);
+}
+
 const QString font16 = QStringLiteral("WenQuanYi Zen Hei,16,-1,5,50,0,0,0,0,0");
 
 } // namespace
@@ -143,23 +157,8 @@ void tst_printEngine::init()
     testSupport::removeSettingsFile();
     // The first registration is what a query without a number returns first;
     // printing B must never show A's values.
-    testSupport::leaseRow a;
-    a.number = numberA;
-    a.date = "2026-03-01";
-    a.fee = 120;
-    a.lessor = "王五";
-    a.lessee = "赵六";
-    a.location = "中山路8号";
-    testSupport::insertLease(a);
-    testSupport::leaseRow b;
-    b.number = numberB;
-    b.date = "2026-03-02";
-    b.fee = 1505;
-    b.lessor = "张三丰";
-    b.lessorPhone = "13800001111";
-    b.lessee = "李四";
-    b.location = "解放路1号";
-    testSupport::insertLease(b);
+    insertRegistration(numberA, 120, "王五", "", "赵六", "中山路8号");
+    insertRegistration(numberB, 1505, "张三丰", "13800001111", "李四", "解放路1号");
     m_pdf = m_dir.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".pdf");
     QFile::remove(m_pdf);
     printLayout::setPdfOutputForTests(m_pdf);

@@ -20,6 +20,7 @@
 #include <QStatusBar>
 #include <QTableWidget>
 #include <QTemporaryDir>
+#include <QToolTip>
 #include <QtTest>
 
 namespace {
@@ -386,6 +387,14 @@ void tst_printLayout::fontButtonSetsCellFont()
     QCOMPARE(stored.family(), wanted.family());
     QCOMPARE(stored.pointSize(), 18);
     QVERIFY(stored.underline());
+
+    // The narrow column cannot show a large sample; its tooltip names the font.
+    m_window->resize(1200, 800);
+    const QRect fontRect = table->visualRect(index);
+    QHelpEvent help(QEvent::ToolTip, fontRect.center(), table->viewport()->mapToGlobal(fontRect.center()));
+    QApplication::sendEvent(table->viewport(), &help);
+    QVERIFY(testSupport::waitFor([] { return QToolTip::isVisible(); }, 2000));
+    QCOMPARE(QToolTip::text(), QString("WenQuanYi Zen Hei，18磅，下划线"));
 
     // A second click starts from that font; cancelling keeps it.
     accept = false;

@@ -7,8 +7,8 @@
 #include <QButtonGroup>
 #include <QGridLayout>
 #include <QGroupBox>
-#include <QHBoxLayout>
 #include <QHeaderView>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -53,7 +53,9 @@ frmSetPrintItem::frmSetPrintItem(mainWindow *opener)
     tableWid->setDragDropMode(QAbstractItemView::DropOnly);
     tableWid->setDragDropOverwriteMode(true);
     tableWid->setDefaultDropAction(Qt::CopyAction);
-    tableWid->verticalHeader()->setDefaultSectionSize(24);
+    // Compact rows show more of the certificate at once; a large sample font
+    // is elided and named by the cell's tooltip instead.
+    tableWid->verticalHeader()->setDefaultSectionSize(tableWid->fontMetrics().height() + 8);
 
     m_paper = new QLineEdit;
     m_landscape = new QRadioButton(QStringLiteral("横"));

@@ -2,8 +2,10 @@
 
 #include <QComboBox>
 #include <QFontDialog>
+#include <QHelpEvent>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QToolTip>
 
 myDelegate::myDelegate(QTableWidget *table, QObject *parent)
     : QStyledItemDelegate(parent),
@@ -75,4 +77,29 @@ void myDelegate::slotSetMyFont()
     const QFont chosen = QFontDialog::getFont(&ok, start, nullptr);
     if (item)
         item->setData(Qt::FontRole, chosen);
+}
+
+QString myDelegate::fontCaption(const QFont &font)
+{
+    QStringList words{font.family(), QString::number(font.pointSizeF()) + QStringLiteral("磅")};
+    if (font.bold())
+        words << QStringLiteral("粗体");
+    if (font.italic())
+        words << QStringLiteral("斜体");
+    if (font.underline())
+        words << QStringLiteral("下划线");
+    if (font.strikeOut())
+        words << QStringLiteral("删除线");
+    return words.join(QStringLiteral("，"));
+}
+
+bool myDelegate::helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                           const QModelIndex &index)
+{
+    const QVariant font = index.data(Qt::FontRole);
+    if (event->type() == QEvent::ToolTip && index.column() == Font && font.canConvert<QFont>()) {
+        QToolTip::showText(event->globalPos(), fontCaption(font.value<QFont>()), view);
+        return true;
+    }
+    return QStyledItemDelegate::helpEvent(event, view, option, index);
 }

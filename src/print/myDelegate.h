@@ -21,6 +21,10 @@ public:
                           const QModelIndex &index) const override;
     void setEditorData(QWidget *editor, const QModelIndex &index) const override;
     void setModelData(QWidget *editor, QAbstractItemModel *model, const QModelIndex &index) const override;
+    // The font column is too narrow to show a large sample; its tooltip names the font.
+    bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                   const QModelIndex &index) override;
+    static QString fontCaption(const QFont &font);
 
     const QStringList &alignments() const { return m_alignments; }
     const QStringList &conversions() const { return m_conversions; }
