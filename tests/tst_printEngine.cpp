@@ -120,8 +120,6 @@ private slots:
     void itemLandsInItsBox();
     void paperAndOrientation_data();
     void paperAndOrientation();
-    void margins_data();
-    void margins();
     void badExpressionPrintsEmpty();
     void overflowPrintsEmptyAfterMessage();
     void noItemsPrintsBlankPage();
@@ -260,46 +258,33 @@ void tst_printEngine::paperAndOrientation_data()
 {
     QTest::addColumn<QString>("paper");
     QTest::addColumn<bool>("landscape");
+    QTest::addColumn<QString>("left");
+    QTest::addColumn<QString>("top");
     QTest::addColumn<QSize>("points");
-    QTest::newRow("A4 landscape") << "A4" << true << QSize(842, 595);
-    QTest::newRow("a4 portrait") << "a4" << false << QSize(595, 842);
-    QTest::newRow(" A3  padded") << " A3 " << true << QSize(1191, 842);
-    QTest::newRow("a3 portrait") << "a3" << false << QSize(842, 1191);
-    QTest::newRow("A5 portrait") << "A5" << false << QSize(420, 595);
-    QTest::newRow("unknown paper is A4") << "B5" << true << QSize(842, 595);
-    QTest::newRow("empty paper is A4") << "" << false << QSize(595, 842);
+    QTest::addColumn<QPointF>("origin"); // where the item at 0,0 starts, points
+    QTest::newRow("A4 landscape") << "A4" << true << "50" << "50" << QSize(842, 595) << QPointF(50, 50);
+    QTest::newRow("a4 portrait") << "a4" << false << "50" << "50" << QSize(595, 842) << QPointF(50, 50);
+    QTest::newRow(" A3  padded") << " A3 " << true << "50" << "50" << QSize(1191, 842) << QPointF(50, 50);
+    QTest::newRow("a3 portrait") << "a3" << false << "50" << "50" << QSize(842, 1191) << QPointF(50, 50);
+    QTest::newRow("A5 portrait") << "A5" << false << "50" << "50" << QSize(420, 595) << QPointF(50, 50);
+    QTest::newRow("unknown paper is A4") << "B5" << true << "50" << "50" << QSize(842, 595) << QPointF(50, 50);
+    QTest::newRow("empty paper is A4") << "" << false << "50" << "50" << QSize(595, 842) << QPointF(50, 50);
+    QTest::newRow("margins trimmed") << "A4" << true << " 20 " << "100" << QSize(842, 595) << QPointF(20, 100);
+    QTest::newRow("margins not numbers give 0") << "A4" << true << "abc" << "" << QSize(842, 595) << QPointF(0, 0);
 }
 
 void tst_printEngine::paperAndOrientation()
 {
     QFETCH(QString, paper);
     QFETCH(bool, landscape);
+    QFETCH(QString, left);
+    QFETCH(QString, top);
     QFETCH(QSize, points);
-    storeLayout({"出方名称\t" + font16 + "\t0,0\t200,40\t居左\t无"}, paper, landscape);
+    QFETCH(QPointF, origin);
+    storeLayout({"出方名称\t" + font16 + "\t0,0\t200,40\t居左\t无"}, paper, landscape, left, top);
     const QList<pdfPage> pages = printNumber(numberB);
     QCOMPARE(pages.size(), 1);
     QCOMPARE(pages[0].size.toSize(), points);
-    QVERIFY(!find(pages[0], "张三丰").isNull());
-}
-
-void tst_printEngine::margins_data()
-{
-    QTest::addColumn<QString>("left");
-    QTest::addColumn<QString>("top");
-    QTest::addColumn<QPointF>("origin"); // points
-    QTest::newRow("50 and 50") << "50" << "50" << QPointF(50, 50);
-    QTest::newRow("trimmed") << " 20 " << "100" << QPointF(20, 100);
-    QTest::newRow("not numbers give 0") << "abc" << "" << QPointF(0, 0);
-}
-
-void tst_printEngine::margins()
-{
-    QFETCH(QString, left);
-    QFETCH(QString, top);
-    QFETCH(QPointF, origin);
-    storeLayout({"出方名称\t" + font16 + "\t0,0\t200,40\t居左\t无"}, "A4", true, left, top);
-    const QList<pdfPage> pages = printNumber(numberB);
-    QCOMPARE(pages.size(), 1);
     const QRectF found = find(pages[0], "张三丰");
     QVERIFY(!found.isNull());
     QVERIFY2(qAbs(found.left() - origin.x()) < 2, qPrintable(QString::number(found.left())));

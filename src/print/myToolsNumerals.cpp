@@ -35,15 +35,11 @@ void collapseZeros(QString &w)
     w.replace(QLatin1String("0w"), QLatin1String("w"));
 }
 
-QString transliterate(const QString &w, const QString &ascii, const QString &chinese)
+QString transliterate(QString w, const QString &ascii, const QString &chinese)
 {
-    QString out;
-    out.reserve(w.size());
-    for (const QChar c : w) {
-        const int i = ascii.indexOf(c);
-        out += i < 0 ? c : chinese.at(i);
-    }
-    return out;
+    for (int i = 0; i < ascii.size(); ++i)
+        w.replace(ascii.at(i), chinese.at(i));
+    return w;
 }
 
 void reportTooLarge() { printLayout::showError(QStringLiteral("数目太大，无法换算！")); }
