@@ -4,14 +4,16 @@
 #include <QObject>
 #include <QString>
 
-// Prints one registration onto the pre-printed certificate.
+// Prints one registration onto the pre-printed certificate, on the default
+// printer and without a dialog, using the layout stored by frmSetPrintItem.
 class objPrint : public QObject
 {
     Q_OBJECT
 public:
     explicit objPrint(QObject *parent = nullptr);
     void setPrintNumber(const QString &number) { m_number = number; }
-    // False only when the number was refused (the message is already shown).
+    // False when nothing was printed: the number was refused or no printer
+    // could be opened. The operator has already been told why.
     bool printRecord();
 
 private:

@@ -1,0 +1,174 @@
+#include "printLayout.h"
+
+#include "appSettings.h"
+#include "leaseSql.h"
+#include "myTools.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPrinter>
+#include <QSqlQuery>
+
+namespace {
+
+QString s_pdfOutputForTests;
+
+const QChar tab = QLatin1Char('\t');
+
+// QSettings reads an unquoted value that contains commas (a font description
+// written by hand or by another tool) as a list; the layout wants the text.
+QString textOf(const QVariant &value)
+{
+    if (value.type() == QVariant::StringList)
+        return value.toStringList().join(QLatin1Char(','));
+    return value.toString();
+}
+
+} // namespace
+
+QString printItem::settingsValue() const
+{
+    const QString conv = conversion.trimmed();
+    return QStringList{expression.trimmed(), hasFont ? font.toString() : QString(),
+                       position.trimmed(), size.trimmed(), alignment.trimmed(),
+                       conv.isEmpty() ? QStringLiteral("无") : conv}
+        .join(tab);
+}
+
+printItem printItem::fromSettingsValue(const QString &value)
+{
+    const QStringList parts = value.split(tab); // empty parts kept: they hold the columns' places
+    printItem item;
+    item.expression = parts.value(0);
+    item.hasFont = !parts.value(1).isEmpty();
+    item.font = myTools().fontFromString(parts.value(1));
+    item.position = parts.value(2);
+    item.size = parts.value(3);
+    item.alignment = parts.value(4);
+    item.conversion = parts.value(5);
+    return item;
+}
+
+printLayout printLayout::load()
+{
+    const auto settings = appSettings::open();
+    printLayout layout;
+    layout.paper = textOf(settings->value(QStringLiteral("PageSetup/size"), QStringLiteral("A4")));
+    layout.landscape = settings->value(QStringLiteral("PageSetup/direction"), true).toBool();
+    // "Left" and "top" are spelled as earlier installations wrote them.
+    layout.leftMargin = textOf(settings->value(QStringLiteral("PageSetup/Left"), QStringLiteral("50")));
+    layout.topMargin = textOf(settings->value(QStringLiteral("PageSetup/top"), QStringLiteral("50")));
+    settings->beginGroup(QStringLiteral("PrintItems"));
+    for (const QString &key : settings->childKeys())
+        layout.items.append(printItem::fromSettingsValue(textOf(settings->value(key))));
+    return layout;
+}
+
+void printLayout::save() const
+{
+    const auto settings = appSettings::open();
+    settings->remove(QStringLiteral("PageSetup"));
+    settings->remove(QStringLiteral("PrintItems"));
+    settings->setValue(QStringLiteral("PageSetup/size"), paper);
+    settings->setValue(QStringLiteral("PageSetup/direction"), landscape);
+    settings->setValue(QStringLiteral("PageSetup/Left"), leftMargin);
+    settings->setValue(QStringLiteral("PageSetup/top"), topMargin);
+    int n = 0;
+    for (const printItem &item : items) {
+        if (item.expression.trimmed().isEmpty())
+            continue;
+        settings->setValue(QStringLiteral("PrintItems/") + QString::number(n++), item.settingsValue());
+    }
+}
+
+QPageSize::PageSizeId printLayout::pageSizeOf(const QString &paper)
+{
+    const QString name = paper.trimmed().toUpper();
+    if (name == QLatin1String("A3"))
+        return QPageSize::A3;
+    if (name == QLatin1String("A5"))
+        return QPageSize::A5;
+    return QPageSize::A4;
+}
+
+Qt::Alignment printLayout::alignmentOf(const QString &alignment)
+{
+    // No vertical flag: the text sits at the top of its box, where the
+    // stationery's lines are.
+    if (alignment == QStringLiteral("居中"))
+        return Qt::AlignHCenter;
+    if (alignment == QStringLiteral("居右"))
+        return Qt::AlignRight;
+    return Qt::AlignLeft;
+}
+
+QPoint printLayout::pairOf(const QString &text)
+{
+    const QStringList parts = text.split(QLatin1Char(','));
+    if (parts.size() == 2)
+        return QPoint(parts[0].toInt(), parts[1].toInt());
+    if (parts.size() == 1)
+        return QPoint(parts[0].toInt(), 0);
+    return QPoint();
+}
+
+QString printLayout::converted(const QString &value, const QString &conversion)
+{
+    if (conversion == QStringLiteral("中文数字"))
+        return myTools().toChineseNumber(value);
+    if (conversion == QStringLiteral("金额大写"))
+        return myTools().toChineseAmount(value.toDouble());
+    return value;
+}
+
+void printLayout::showError(const QString &text)
+{
+    if (!qobject_cast<QApplication *>(QCoreApplication::instance())) {
+        qWarning("%s", qUtf8Printable(text));
+        return;
+    }
+    QMessageBox::critical(nullptr, QStringLiteral("错误"), text, QMessageBox::Ok);
+}
+
+void printLayout::setPdfOutputForTests(const QString &path) { s_pdfOutputForTests = path; }
+
+QString printLayout::valueOf(const QString &expression, const QString &condition)
+{
+    // A bad expression fails here and prints as an empty box: the other
+    // items of the certificate are still worth having on paper.
+    QSqlQuery query;
+    if (query.exec(QStringLiteral("SELECT ") + expression + QLatin1Char(' ') + leaseSql::joinedView() + condition)
+        && query.next())
+        return query.value(0).toString();
+    return QString();
+}
+
+bool printLayout::print(const QString &condition) const
+{
+    // Screen resolution: the operator measured the boxes in screen pixels,
+    // and one device unit must stay one of those on every printer.
+    QPrinter printer(QPrinter::ScreenResolution);
+    if (!s_pdfOutputForTests.isEmpty()) {
+        printer.setOutputFormat(QPrinter::PdfFormat);
+        printer.setOutputFileName(s_pdfOutputForTests);
+    }
+    printer.setPageSize(QPageSize(pageSizeOf(paper)));
+    printer.setPageOrientation(landscape ? QPageLayout::Landscape : QPageLayout::Portrait);
+    printer.setPageMargins(QMarginsF(leftMargin.trimmed().toInt(), topMargin.trimmed().toInt(), 40, 40),
+                           QPageLayout::Point);
+
+    QPainter painter;
+    if (!painter.begin(&printer)) {
+        showError(QStringLiteral("无法打印：没有可用的打印机。请先在系统中安装打印机并设为默认打印机。"));
+        return false;
+    }
+    for (const printItem &item : items) {
+        const QPoint at = pairOf(item.position);
+        const QPoint extent = pairOf(item.size);
+        painter.setFont(item.font);
+        painter.drawText(QRect(at.x(), at.y(), extent.x(), extent.y()), int(alignmentOf(item.alignment)),
+                         converted(valueOf(item.expression, condition), item.conversion));
+    }
+    return painter.end();
+}
