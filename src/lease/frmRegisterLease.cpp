@@ -117,7 +117,7 @@ QGroupBox *frmRegisterLease::buildPartyGroup(const QString &title, const QString
     const myTools tools;
     for (const columnInfo &c : tools.showColumns(table)) {
         const QString label = c.field + QStringLiteral("：");
-        if (label == QLatin1String("登记编号："))
+        if (label == QStringLiteral("登记编号："))
             continue; // the number frame shows it
         const columnKind kind = myTools::kindOf(c.type);
         QWidget *widget = nullptr;

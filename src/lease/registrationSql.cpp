@@ -79,7 +79,7 @@ refusal checkBeforeSave(const QString &mode, const QDate &validFrom, const QDate
     if (number.left(6) != region)
         return {QStringLiteral("不是本地区登记编号，请检查"), true};
     // Only new numbers are tied to the working year; old records stay editable.
-    if (mode == QLatin1String("增加") && number.mid(6, 4) != QString::number(workDate.year()))
+    if (mode == QStringLiteral("增加") && number.mid(6, 4) != QString::number(workDate.year()))
         return {QStringLiteral("不能跨年度办理登记业务，请检查"), true};
     return {};
 }
