@@ -68,7 +68,7 @@ inline QString shown(const frmRegisterLease *form, const QString &objectName)
     if (auto *c = qobject_cast<QComboBox *>(w))
         return c->currentText();
     if (auto *s = qobject_cast<QSpinBox *>(w))
-        return QString::number(s->value());
+        return s->text(); // what is on screen, not only the value behind it
     return QString();
 }
 

@@ -73,7 +73,12 @@ QWidget *frmRegisterLease::buildNumberFrame()
     linDJBH = new QLineEdit;
     linDJBH->setObjectName(QStringLiteral("linDJBH"));
     linDJBH->setStyleSheet(QStringLiteral("QLineEdit { font: bold 14px; color: red }"));
-    linDJBH->setMaximumWidth(130);
+    // 130 pixels were measured for a narrow system font; a wider CJK font
+    // would cut off the first digits, so never allow less than the text needs.
+    QFont numberFont = linDJBH->font();
+    numberFont.setPixelSize(14);
+    numberFont.setBold(true);
+    linDJBH->setMaximumWidth(qMax(130, QFontMetrics(numberFont).horizontalAdvance(QString(15, QLatin1Char('0'))) + 12));
     linDJBH->setMaxLength(15);
     linDJBH->setValidator(new QRegularExpressionValidator(
         QRegularExpression(QStringLiteral("\\d{") + QStringLiteral("15") + QStringLiteral("}")), linDJBH));
@@ -85,12 +90,13 @@ QWidget *frmRegisterLease::buildNumberFrame()
         auto *edit = new QDateEdit;
         edit->setObjectName(name);
         edit->setDisplayFormat(QStringLiteral("yyyy-MM-dd"));
-        edit->setMaximumWidth(90);
+        edit->setMaximumWidth(qMax(90, edit->sizeHint().width())); // as for the number: never clip the date
         return edit;
     };
     row->addWidget(new QLabel(QStringLiteral("登记日期：")));
     dateDJRQ = makeDate(QStringLiteral("dateDJRQ"));
     dateDJRQ->setCalendarPopup(true);
+    dateDJRQ->setMaximumWidth(qMax(90, dateDJRQ->sizeHint().width()));
     row->addWidget(dateDJRQ);
     row->addSpacing(30);
     row->addStretch();
@@ -111,6 +117,9 @@ QGroupBox *frmRegisterLease::buildPartyGroup(const QString &title, const QString
     group->setStyleSheet(QStringLiteral("QLabel { color: ") + labelColour + QStringLiteral(";}"));
     auto *form = new QFormLayout(group);
     form->setContentsMargins(20, 5, 10, 5);
+    // Fourteen rows stand one above the other on the left: keep them tight
+    // enough for the form to fit a 768-pixel-high screen.
+    form->setVerticalSpacing(3);
 
     // Read at every construction, so a column added, retyped or dropped from
     // field maintenance shows in the next form without a restart.
@@ -213,7 +222,9 @@ QList<frmRegisterLease::field> frmRegisterLease::fieldsOf(const QGroupBox *group
 void frmRegisterLease::showValue(const field &f, const QString &value)
 {
     if (f.kind == QLatin1String("line")) {
-        static_cast<QLineEdit *>(f.widget)->setText(value);
+        auto *line = static_cast<QLineEdit *>(f.widget);
+        line->setText(value);
+        line->setCursorPosition(0); // show a long address from its beginning
     } else if (f.kind == QLatin1String("comb")) {
         // The boxes are not editable, so this leaves the current selection
         // as it is: a loaded record shows the choice last made on the form.
@@ -284,9 +295,12 @@ void frmRegisterLease::loadParty(const QGroupBox *group, const QString &number)
 
 void frmRegisterLease::resetRecord()
 {
+    // Only the text fields: spin boxes have a line edit inside too, and
+    // clearing it would blank the number on screen while its value stays.
     for (const QGroupBox *group : qAsConst(m_partyGroups)) {
-        for (QLineEdit *line : group->findChildren<QLineEdit *>())
-            line->clear();
+        for (const field &f : fieldsOf(group))
+            if (auto *line = qobject_cast<QLineEdit *>(f.widget))
+                line->clear();
     }
     const QDate today = m_opener->workDate();
     dateDJRQ->setDate(today);
