@@ -81,30 +81,29 @@ QWidget *frmRegisterLease::buildNumberFrame()
     linDJBH->setMaximumWidth(qMax(130, QFontMetrics(numberFont).horizontalAdvance(QString(15, QLatin1Char('0'))) + 12));
     linDJBH->setMaxLength(15);
     linDJBH->setValidator(new QRegularExpressionValidator(
-        QRegularExpression(QStringLiteral("\\d{") + QStringLiteral("15") + QStringLiteral("}")), linDJBH));
+        QRegularExpression(QStringLiteral("\\d{15}")), linDJBH));
     row->addWidget(linDJBH);
     row->addSpacing(30);
     row->addStretch();
 
-    auto makeDate = [](const QString &name) {
+    auto makeDate = [](const QString &name, bool calendarPopup) {
         auto *edit = new QDateEdit;
         edit->setObjectName(name);
         edit->setDisplayFormat(QStringLiteral("yyyy-MM-dd"));
+        edit->setCalendarPopup(calendarPopup);
         edit->setMaximumWidth(qMax(90, edit->sizeHint().width())); // as for the number: never clip the date
         return edit;
     };
     row->addWidget(new QLabel(QStringLiteral("登记日期：")));
-    dateDJRQ = makeDate(QStringLiteral("dateDJRQ"));
-    dateDJRQ->setCalendarPopup(true);
-    dateDJRQ->setMaximumWidth(qMax(90, dateDJRQ->sizeHint().width()));
+    dateDJRQ = makeDate(QStringLiteral("dateDJRQ"), true);
     row->addWidget(dateDJRQ);
     row->addSpacing(30);
     row->addStretch();
     row->addWidget(new QLabel(QStringLiteral("有效期：")));
-    dateYXQ = makeDate(QStringLiteral("dateYXQ"));
+    dateYXQ = makeDate(QStringLiteral("dateYXQ"), false);
     row->addWidget(dateYXQ);
     row->addWidget(new QLabel(QStringLiteral("—")));
-    dateYXZ = makeDate(QStringLiteral("dateYXZ"));
+    dateYXZ = makeDate(QStringLiteral("dateYXZ"), false);
     row->addWidget(dateYXZ);
     return frame;
 }
