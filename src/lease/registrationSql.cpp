@@ -1,0 +1,107 @@
+#include "registrationSql.h"
+
+namespace registrationSql {
+
+numberParts split(const QString &number)
+{
+    return {number.mid(0, 6), number.mid(6, 4), number.mid(10, 5)};
+}
+
+QString dateLiteral(const QDate &date)
+{
+    // Written ISO rather than in the system locale's short format: on Linux
+    // that format is M/d/yy, which MariaDB does not read as a date (it would
+    // store 0000-00-00 or refuse the row in strict mode).
+    return date.toString(QStringLiteral("yyyy-MM-dd"));
+}
+
+QString textValue(const QString &text)
+{
+    return text.isEmpty() ? QStringLiteral("NULL") : QLatin1Char('\'') + text + QLatin1Char('\'');
+}
+
+static QString leaseAssignments(const leaseValues &v)
+{
+    return QStringLiteral("登记日期='") + dateLiteral(v.registered) + QStringLiteral("',有效日起='")
+        + dateLiteral(v.validFrom) + QStringLiteral("',有效日止='") + dateLiteral(v.validUntil)
+        + QStringLiteral("',收费金额=") + QString::number(v.fee);
+}
+
+QString insertLease(const numberParts &n, const leaseValues &v)
+{
+    return QStringLiteral("INSERT lease SET 地区='") + n.region + QStringLiteral("',年度='") + n.year
+        + QStringLiteral("',编号='") + n.serial + QStringLiteral("',") + leaseAssignments(v);
+}
+
+static QString leaseCondition(const numberParts &n)
+{
+    return QStringLiteral(" WHERE 地区='") + n.region + QStringLiteral("' AND 年度='") + n.year
+        + QStringLiteral("' AND 编号='") + n.serial + QLatin1Char('\'');
+}
+
+QString updateLease(const numberParts &n, const leaseValues &v)
+{
+    return QStringLiteral("UPDATE lease SET ") + leaseAssignments(v) + leaseCondition(n);
+}
+
+QString insertParty(const QString &table, const QString &number, const QStringList &pairs)
+{
+    QString sql = QStringLiteral("INSERT ") + table + QStringLiteral(" SET 登记编号='") + number + QLatin1Char('\'');
+    for (const QString &pair : pairs)
+        sql += QLatin1Char(',') + pair;
+    return sql;
+}
+
+QString updateParty(const QString &table, const QString &number, const QStringList &pairs)
+{
+    return QStringLiteral("UPDATE ") + table + QStringLiteral(" SET ") + pairs.join(QLatin1Char(','))
+        + QStringLiteral(" WHERE 登记编号='") + number + QLatin1Char('\'');
+}
+
+QStringList deleteRegistration(const numberParts &n, const QString &number)
+{
+    QStringList statements{QStringLiteral("DELETE FROM lease") + leaseCondition(n)};
+    for (const char *table : {"leaseout", "leasein", "leasehouse"})
+        statements << QStringLiteral("DELETE FROM ") + QLatin1String(table) + QStringLiteral(" WHERE 登记编号='")
+                + number + QLatin1Char('\'');
+    return statements;
+}
+
+refusal checkBeforeSave(const QString &mode, const QDate &validFrom, const QDate &validUntil,
+                        const QString &number, const QString &region, const QDate &workDate)
+{
+    // The validity test comes first and runs even for a deletion, so a record
+    // stored with reversed dates has to be corrected before it can go.
+    if (validUntil <= validFrom)
+        return {QStringLiteral("有效期错误，请检查"), false};
+    if (number.size() != 15)
+        return {QStringLiteral("登记编号错误，应为15位数字，请检查"), true};
+    if (number.left(6) != region)
+        return {QStringLiteral("不是本地区登记编号，请检查"), true};
+    // Only new numbers are tied to the working year; old records stay editable.
+    if (mode == QStringLiteral("增加") && number.mid(6, 4) != QString::number(workDate.year()))
+        return {QStringLiteral("不能跨年度办理登记业务，请检查"), true};
+    return {};
+}
+
+// The column a server message names between its first two apostrophes.
+static QString quotedColumn(const QString &text)
+{
+    const int first = text.indexOf(QLatin1Char('\''));
+    const int second = text.indexOf(QLatin1Char('\''), first + 1);
+    return text.mid(first + 1, second - first - 1);
+}
+
+refusal saveErrorMessage(const QString &databaseText)
+{
+    if (databaseText.contains(QLatin1String("cannot be null")))
+        return {QStringLiteral("“") + quotedColumn(databaseText) + QStringLiteral("”不允许空，请修正后保存。"), false};
+    if (databaseText.contains(QLatin1String("Out of range value for column")))
+        return {QStringLiteral("“") + quotedColumn(databaseText) + QStringLiteral("”超出允许范围，请修正后保存。"),
+                false};
+    if (databaseText.startsWith(QLatin1String("Duplicate entry '")))
+        return {QStringLiteral("已有此登记编号，请修正后再试保存。"), true};
+    return {databaseText, false};
+}
+
+} // namespace registrationSql

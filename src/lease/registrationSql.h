@@ -1,0 +1,53 @@
+#ifndef REGISTRATIONSQL_H
+#define REGISTRATIONSQL_H
+
+#include <QDate>
+#include <QString>
+#include <QStringList>
+
+// The statements of a registration save and the texts the operator sees when
+// a save is refused, kept apart from the form so they can be read (and
+// tested) without widgets. Values go into the SQL text unescaped: a quote in
+// a field breaks the statement and the operator sees the server's own text.
+namespace registrationSql {
+
+// The three parts of a 15-digit number as the lease row stores them.
+struct numberParts {
+    QString region; // characters 1-6
+    QString year;   // characters 7-10
+    QString serial; // characters 11-15
+};
+numberParts split(const QString &number);
+
+// A date as the server reads it in a quoted literal.
+QString dateLiteral(const QDate &date);
+// 'text', or NULL for an empty text so NOT NULL columns refuse it.
+QString textValue(const QString &text);
+
+struct leaseValues {
+    QDate registered, validFrom, validUntil;
+    int fee = 0;
+};
+QString insertLease(const numberParts &n, const leaseValues &v);
+QString updateLease(const numberParts &n, const leaseValues &v);
+// "column=value" pairs of one party table, in form order.
+QString insertParty(const QString &table, const QString &number, const QStringList &pairs);
+QString updateParty(const QString &table, const QString &number, const QStringList &pairs);
+QStringList deleteRegistration(const numberParts &n, const QString &number);
+
+// Checks run before anything is written; an empty text means the save may go on.
+struct refusal {
+    QString text;
+    bool focusNumber = false;
+};
+refusal checkBeforeSave(const QString &mode, const QDate &validFrom, const QDate &validUntil,
+                        const QString &number, const QString &region, const QDate &workDate);
+
+// What the operator reads when the server refused a statement: the three
+// refusals an operator can correct on the form are put into words, anything
+// else is shown as the server wrote it.
+refusal saveErrorMessage(const QString &databaseText);
+
+} // namespace registrationSql
+
+#endif
