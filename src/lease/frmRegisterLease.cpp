@@ -75,10 +75,12 @@ QWidget *frmRegisterLease::buildNumberFrame()
     linDJBH->setStyleSheet(QStringLiteral("QLineEdit { font: bold 14px; color: red }"));
     // 130 pixels were measured for a narrow system font; a wider CJK font
     // would cut off the first digits, so never allow less than the text needs.
-    QFont numberFont = linDJBH->font();
-    numberFont.setPixelSize(14);
-    numberFont.setBold(true);
-    linDJBH->setMaximumWidth(qMax(130, QFontMetrics(numberFont).horizontalAdvance(QString(15, QLatin1Char('0'))) + 12));
+    // Measure with the style sheet's font applied; frame and text margins
+    // take about two digits' width.
+    linDJBH->ensurePolished();
+    const int digits = linDJBH->fontMetrics().horizontalAdvance(QString(17, QLatin1Char('0')));
+    linDJBH->setMaximumWidth(qMax(130, digits));
+    linDJBH->setMinimumWidth(qMax(130, digits));
     linDJBH->setMaxLength(15);
     linDJBH->setValidator(new QRegularExpressionValidator(
         QRegularExpression(QStringLiteral("\\d{15}")), linDJBH));
