@@ -34,7 +34,6 @@ private slots:
 
     void levelEnabling_data();
     void levelEnabling();
-    void menusAndToolBar();
     void enterMovesLikeTab();
     void loginAndExitAreLogged();
     void quoteInOperatorNameDoesNotStopLogin();
@@ -92,27 +91,6 @@ void tst_mainWindow::levelEnabling()
             QCOMPARE(a->isEnabled(), enabled.contains(a->text()));
 }
 
-void tst_mainWindow::menusAndToolBar()
-{
-    mainWindow window;
-    QCOMPARE(window.windowTitle(), QString("Zelnor"));
-    QStringList menus;
-    for (QAction *m : window.menuBar()->actions())
-        menus << m->text();
-    QCOMPARE(menus, (QStringList{"业务管理(&1)", "数据管理(&2)", "日志管理(&3)", "设置维护(&4)", "帮助(&5)"}));
-    QStringList tools;
-    for (QAction *a : window.findChild<QToolBar *>()->actions())
-        tools << (a->isSeparator() ? QString("—") : a->text());
-    QCOMPARE(tools, (QStringList{"登记备案", "浏览查询", "搜索查询", "—", "备份业务数据", "恢复业务数据", "—"}));
-    // Every icon the actions name is in the resources.
-    for (QAction *a : window.findChildren<QAction *>())
-        if (!a->isSeparator() && a->text() != "浏览日志" && a->text() != "数据字段维护"
-            && a->text() != "选择项目维护" && a->text() != "默认收费金额" && a->text() != "配置服务器"
-            && !a->menu() && a->parent() == &window)
-            QVERIFY2(!a->icon().isNull(), qPrintable(a->text()));
-    QVERIFY(!window.windowIcon().isNull());
-}
-
 void tst_mainWindow::enterMovesLikeTab()
 {
     mainWindow window;
@@ -164,19 +142,13 @@ void tst_mainWindow::viewLog()
 {
     std::unique_ptr<mainWindow> window(testSupport::login());
     window->slotViewLog();
-    QMdiSubWindow *sub = window->mdiArea()->subWindowList().last();
-    auto *view = qobject_cast<myTableView *>(sub->widget());
+    auto *view = qobject_cast<myTableView *>(window->mdiArea()->subWindowList().last()->widget());
     QVERIFY(view);
-    QCOMPARE(view->windowTitle(), QString("浏览业务日志"));
-    QCOMPARE(sub->size(), QSize(640, 400));
-    QCOMPARE(view->model()->columnCount(), 3);
-    QCOMPARE(view->model()->headerData(2, Qt::Horizontal).toString(), QString("描述"));
     QCOMPARE(view->model()->rowCount(), 1);
     QCOMPARE(view->model()->index(0, 2).data().toString(), QString("登录系统"));
-    QCOMPARE(view->columnWidth(0), 130);
     const QModelIndex date = view->model()->index(0, 0);
-    const QString shown = qobject_cast<QStyledItemDelegate *>(view->itemDelegate())->displayText(date.data(), QLocale());
-    QCOMPARE(shown, date.data().toDateTime().toString("yyyy-MM-dd hh:mm:ss"));
+    QCOMPARE(qobject_cast<QStyledItemDelegate *>(view->itemDelegate())->displayText(date.data(), QLocale()),
+             date.data().toDateTime().toString("yyyy-MM-dd hh:mm:ss"));
 }
 
 void tst_mainWindow::clearLog_data()
