@@ -1,0 +1,89 @@
+#include "queryForm.h"
+
+#include "frmRegisterLease.h"
+#include "mainWindow.h"
+#include "mySqlQuery.h"
+
+#include <QDateEdit>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMessageBox>
+#include <QStatusBar>
+#include <QTableWidget>
+
+namespace queryForm {
+
+QDateEdit *dateEdit(const QDate &date, const QString &toolTip)
+{
+    auto *edit = new QDateEdit(date);
+    edit->setDisplayFormat(QStringLiteral("yyyy-MM-dd"));
+    edit->setCalendarPopup(true);
+    edit->setToolTip(toolTip);
+    return edit;
+}
+
+QDateEdit *fromDateEdit(const QDate &workDate)
+{
+    return dateEdit(QDate(workDate.year(), 1, 1), QStringLiteral("设置登记日期范围（≥）"));
+}
+
+QDateEdit *toDateEdit(const QDate &workDate)
+{
+    return dateEdit(workDate, QStringLiteral("设置登记日期范围（≤）"));
+}
+
+void setupResultTable(QTableWidget *table)
+{
+    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table->setAlternatingRowColors(true);
+    table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table->setSortingEnabled(false);
+    // Fitting a column measures its cells; Qt samples a fixed number of rows
+    // (resizeContentsPrecision) instead of all of them, which keeps a whole
+    // year's result quick while short results are measured completely.
+    table->verticalHeader()->setResizeContentsPrecision(500);
+}
+
+void showResult(mySqlQuery *query, QTableWidget *table, const QString &sql)
+{
+    table->setRowCount(0);
+    query->setStatement(sql);
+    query->fillTable(table);
+    table->resizeColumnsToContents();
+}
+
+void openCurrentLease(mainWindow *opener, QTableWidget *table)
+{
+    if (table->rowCount() == 0) {
+        opener->statusBar()->showMessage(QStringLiteral("没有可以查看的记录"), 2000);
+        return;
+    }
+    const int row = table->currentRow();
+    if (row < 0) {
+        QMessageBox::information(table->window(), QStringLiteral("提示"), QStringLiteral("请选择需要查看的记录"));
+        return;
+    }
+    QTableWidgetItem *cell = table->item(row, 0);
+    const QString number = cell ? cell->text() : QString();
+
+    for (QMdiSubWindow *sub : opener->mdiArea()->subWindowList()) {
+        if (sub->windowTitle() == QStringLiteral("登记备案"))
+            sub->close();
+    }
+    auto *form = new frmRegisterLease(opener);
+    opener->openForm(form);
+    form->numberEdit()->setText(number);
+    form->slotEditLinDJBH(number);
+}
+
+void closeForm(QWidget *form)
+{
+    if (auto *sub = qobject_cast<QMdiSubWindow *>(form->parentWidget()))
+        sub->close();
+    else
+        form->close();
+}
+
+} // namespace queryForm
