@@ -5,6 +5,7 @@
 #include "frmSearchLease.h"
 #include "mainWindow.h"
 #include "testSupport.h"
+#include "tst_queryFixture.h"
 
 #include <QDateEdit>
 #include <QLineEdit>
@@ -46,17 +47,13 @@ private:
 
 void tst_search::initTestCase()
 {
-    testSupport::initApplication();
-    testSupport::resetDatabase();
-    m_window = testSupport::login();
+    m_window = queryFixture::start();
     QVERIFY(m_window->workDate().isValid());
 }
 
 void tst_search::init()
 {
-    testSupport::exec(QStringLiteral("DELETE FROM lease"));
-    for (const char *table : {"leaseout", "leasein", "leasehouse"})
-        testSupport::exec(QStringLiteral("DELETE FROM ") + QLatin1String(table));
+    queryFixture::clearLeases();
 
     // Telephones are chosen to contain the other keywords: "00001" sits in
     // C's lessor telephone, "123456" in three telephones.
@@ -77,8 +74,7 @@ void tst_search::init()
 
 void tst_search::cleanup()
 {
-    m_window->mdiArea()->closeAllSubWindows();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    queryFixture::closeForms(m_window);
 }
 
 frmSearchLease *tst_search::openForm()
