@@ -13,6 +13,7 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QPushButton>
+#include <QStyledItemDelegate>
 #include <QStatusBar>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -35,6 +36,7 @@ private slots:
     void browse_data();
     void browse();
     void browseReplacesRows();
+    void datesAreTypedAndShownIso();
     void feeTotal_data();
     void feeTotal();
     void exportThroughDialog();
@@ -217,6 +219,24 @@ void tst_browse::browseReplacesRows()
     form->viewButton()->click();
     form->viewButton()->click();
     QCOMPARE(form->resultTable()->rowCount(), 3);
+}
+
+void tst_browse::datesAreTypedAndShownIso()
+{
+    frmViewLease *form = openForm();
+    tickOnly(form, {"登记日期", "收费金额"});
+    form->viewButton()->click();
+    QTableWidget *table = form->resultTable();
+    const QVariant date = table->item(0, 0)->data(Qt::DisplayRole);
+    const QVariant fee = table->item(0, 1)->data(Qt::DisplayRole);
+    // Typed cells sort chronologically and numerically...
+    QCOMPARE(date.userType(), int(QMetaType::QDate));
+    QCOMPARE(fee.userType(), int(QMetaType::Int));
+    // ...and are shown the way operators write dates, whatever the locale.
+    auto *delegate = qobject_cast<QStyledItemDelegate *>(table->itemDelegate());
+    QVERIFY(delegate);
+    QCOMPARE(delegate->displayText(date, QLocale(QLocale::English)), QStringLiteral("2026-01-05"));
+    QCOMPARE(delegate->displayText(fee, QLocale(QLocale::English)), QStringLiteral("120"));
 }
 
 void tst_browse::feeTotal_data()

@@ -2,6 +2,7 @@
 
 #include "frmRegisterLease.h"
 #include "mainWindow.h"
+#include "myDateDelegate.h"
 #include "mySqlQuery.h"
 
 #include <QDateEdit>
@@ -40,6 +41,7 @@ void setupResultTable(QTableWidget *table)
     table->setAlternatingRowColors(true);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setSortingEnabled(false);
+    table->setItemDelegate(new myDateDelegate(table));
     // Fitting a column to its contents measures its cells. Over every row of
     // a year's result (100 000 rows, 8 columns) that takes about 2.5 s, more
     // than filling the table; a sample of 500 rows (visible ones first) takes
