@@ -69,6 +69,13 @@ void frmSearchLease::btSearchClicked()
         QStringLiteral("信息：共搜索到 ") + QString::number(m_table->rowCount()) + QStringLiteral("条记录."), 3000);
 }
 
+QSize frmSearchLease::sizeHint() const
+{
+    // The MDI area opens a form at its size hint; the layout's own would
+    // show about five result rows.
+    return QSize(960, 600);
+}
+
 void frmSearchLease::btDetailClicked()
 {
     queryForm::openCurrentLease(m_opener, m_table);

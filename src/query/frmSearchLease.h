@@ -18,6 +18,7 @@ class frmSearchLease : public QWidget
     Q_OBJECT
 public:
     explicit frmSearchLease(mainWindow *opener);
+    QSize sizeHint() const override;
 
     QLineEdit *keywordEdit() const { return m_keyword; }
     QDateEdit *fromDateEdit() const { return m_from; }

@@ -153,6 +153,13 @@ void frmViewLease::bt2FileClicked()
     m_opener->statusBar()->showMessage(QStringLiteral("导出数据成功."), 3000);
 }
 
+QSize frmViewLease::sizeHint() const
+{
+    // The MDI area opens a form at its size hint; the layout's own would
+    // show about five result rows.
+    return QSize(960, 600);
+}
+
 void frmViewLease::btDetailClicked()
 {
     queryForm::openCurrentLease(m_opener, m_table);

@@ -21,6 +21,7 @@ class frmViewLease : public QWidget
     Q_OBJECT
 public:
     explicit frmViewLease(mainWindow *opener);
+    QSize sizeHint() const override;
 
     QTreeWidget *fieldTree() const { return m_tree; }
     QDateEdit *fromDateEdit() const { return m_from; }
