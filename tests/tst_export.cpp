@@ -14,7 +14,6 @@ private slots:
     void apostrophe_data();
     void apostrophe();
     void fileBytes();
-    void emptyTableWritesHeaderOnly();
     void unwritablePathFails();
 };
 
@@ -80,13 +79,6 @@ void tst_export::fileBytes()
         "'370102202600001,\xd5\xc5\xce\xb0,\xa2\xe3,'1234567,2026-01-05\n"
         "123456,,-12.5,'-1234.5\n";
     QCOMPARE(file.readAll(), expected);
-}
-
-void tst_export::emptyTableWritesHeaderOnly()
-{
-    QTableWidget table(0, 2);
-    table.setHorizontalHeaderLabels({"A", "B"});
-    QCOMPARE(csvExport::compose(table.model()), QStringLiteral("A,B\n"));
 }
 
 void tst_export::unwritablePathFails()
