@@ -49,6 +49,10 @@ void mySqlQuery::fillTable(QTableWidget *table)
     // the top of the widget, one by one, shifts all rows already there and
     // makes a large result quadratic.
     std::vector<QTableWidgetItem *> items;
+    // The driver buffers the whole result, so its size is known: one
+    // allocation instead of a chain of ever larger copies for a big result.
+    if (m_query.size() > 0)
+        items.reserve(size_t(m_query.size()) * size_t(columns));
     while (m_query.next()) {
         for (int c = 0; c < columns; ++c) {
             auto *item = new QTableWidgetItem;
