@@ -341,6 +341,8 @@ void tst_browse::detailOpensTickedNumber()
     }
     QCOMPARE(records.size(), 1);
     QCOMPARE(records.first()->numberEdit()->text(), QStringLiteral("370102202600023"));
+    // The form loaded that registration, not only its number.
+    QCOMPARE(records.first()->findChild<QLineEdit *>(QStringLiteral("line出方名称："))->text(), QStringLiteral("王芳"));
 }
 
 QTEST_MAIN(tst_browse)

@@ -218,6 +218,8 @@ void tst_search::detailOpensRecordForm()
     }
     QCOMPARE(records.size(), 1);
     QCOMPARE(records.first()->numberEdit()->text(), QStringLiteral("370102202600123"));
+    // The form loaded that registration, not only its number.
+    QCOMPARE(records.first()->findChild<QLineEdit *>(QStringLiteral("line出方名称："))->text(), QStringLiteral("陈静"));
     QCOMPARE(m_window->mdiArea()->activeSubWindow()->widget(), records.first());
 }
 

@@ -1,29 +1,9 @@
 #include "myTableView.h"
+#include "myDateDelegate.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QDateTime>
-#include <QStyledItemDelegate>
-
-namespace {
-// The default delegate formats dates with the system locale, which on an
-// English or C locale reads "22 Nov 2026" and is cut off in a narrow column.
-// Offices read and file dates as yyyy-MM-dd.
-class isoDateDelegate : public QStyledItemDelegate
-{
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-    QString displayText(const QVariant &value, const QLocale &locale) const override
-    {
-        if (value.type() == QVariant::DateTime)
-            return value.toDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
-        if (value.type() == QVariant::Date)
-            return value.toDate().toString(QStringLiteral("yyyy-MM-dd"));
-        return QStyledItemDelegate::displayText(value, locale);
-    }
-};
-} // namespace
 
 myTableView::myTableView(QWidget *parent)
     : QTableView(parent)
@@ -35,7 +15,7 @@ myTableView::myTableView(QWidget *parent)
     addAction(copy);
     addAction(all);
     setContextMenuPolicy(Qt::ActionsContextMenu);
-    setItemDelegate(new isoDateDelegate(this));
+    setItemDelegate(new myDateDelegate(this));
 }
 
 QString myTableView::selectedBlockText() const
