@@ -53,7 +53,7 @@ inline void setLine(const QWidget *form, const QString &column, const QString &t
     widget<QLineEdit>(form, QStringLiteral("line") + column + QStringLiteral("："))->setText(text);
 }
 
-// The value a field shows, whatever its kind; a spin box as it reads on screen.
+// The value a field shows, whatever its kind; a number or date as it reads on screen.
 inline QString shown(const QWidget *form, const QString &objectName)
 {
     QWidget *w = widget(form, objectName);
@@ -61,7 +61,7 @@ inline QString shown(const QWidget *form, const QString &objectName)
         return l->text();
     if (auto *c = qobject_cast<QComboBox *>(w))
         return c->currentText();
-    return static_cast<QSpinBox *>(w)->text();
+    return widget<QAbstractSpinBox>(form, objectName)->text();
 }
 
 // Fills the three required columns so a save can succeed.
