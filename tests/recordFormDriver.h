@@ -2,16 +2,14 @@
 #define RECORDFORMDRIVER_H
 
 // Drives a record form the way an operator does: through its named widgets
-// and its buttons. Shared by the record-form and registration tests.
+// and its buttons. Shared by the record-form test and the statement benchmark.
 #include "frmRegisterLease.h"
 #include "mainWindow.h"
 
 #include <QComboBox>
-#include <QGroupBox>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
-#include <QtTest>
 
 namespace recordForm {
 
@@ -23,24 +21,25 @@ inline frmRegisterLease *open(mainWindow *window)
     return forms.isEmpty() ? nullptr : forms.last();
 }
 
-template <typename T>
-T *widget(const frmRegisterLease *form, const QString &name)
+// A missing widget stops the program: the test cannot go on without it.
+template <typename T = QWidget>
+T *widget(const QWidget *form, const QString &name)
 {
-    T *w = form->findChild<T *>(name);
-    if (!w)
-        qFatal("no widget %s", qPrintable(name));
-    return w;
+    if (T *w = form->findChild<T *>(name))
+        return w;
+    qFatal("no widget %s", qPrintable(name));
 }
 
-inline QPushButton *button(const frmRegisterLease *form, const QString &text)
+// The button whose text starts with the given words: "增加" finds "增加(&A)".
+inline QPushButton *button(const QWidget *form, const QString &text)
 {
     for (QPushButton *b : form->findChildren<QPushButton *>())
-        if (b->text() == text)
+        if (b->text().startsWith(text))
             return b;
     qFatal("no button %s", qPrintable(text));
 }
 
-inline void click(const frmRegisterLease *form, const QString &text) { button(form, text)->click(); }
+inline void click(const QWidget *form, const QString &text) { button(form, text)->click(); }
 
 // What browse and search do to show a registration.
 inline void show(frmRegisterLease *form, const QString &number)
@@ -49,31 +48,24 @@ inline void show(frmRegisterLease *form, const QString &number)
     form->slotEditLinDJBH(number);
 }
 
-inline void setLine(const frmRegisterLease *form, const QString &column, const QString &text)
+inline void setLine(const QWidget *form, const QString &column, const QString &text)
 {
     widget<QLineEdit>(form, QStringLiteral("line") + column + QStringLiteral("："))->setText(text);
 }
 
-inline QString line(const frmRegisterLease *form, const QString &column)
+// The value a field shows, whatever its kind; a number or date as it reads on screen.
+inline QString shown(const QWidget *form, const QString &objectName)
 {
-    return widget<QLineEdit>(form, QStringLiteral("line") + column + QStringLiteral("："))->text();
-}
-
-// The value a field shows, whatever its kind: text, current choice or number.
-inline QString shown(const frmRegisterLease *form, const QString &objectName)
-{
-    QWidget *w = widget<QWidget>(form, objectName);
+    QWidget *w = widget(form, objectName);
     if (auto *l = qobject_cast<QLineEdit *>(w))
         return l->text();
     if (auto *c = qobject_cast<QComboBox *>(w))
         return c->currentText();
-    if (auto *s = qobject_cast<QSpinBox *>(w))
-        return s->text(); // what is on screen, not only the value behind it
-    return QString();
+    return widget<QAbstractSpinBox>(form, objectName)->text();
 }
 
 // Fills the three required columns so a save can succeed.
-inline void fillRequired(const frmRegisterLease *form)
+inline void fillRequired(const QWidget *form)
 {
     setLine(form, QStringLiteral("出方名称"), QStringLiteral("张伟"));
     setLine(form, QStringLiteral("承方名称"), QStringLiteral("李娜"));
