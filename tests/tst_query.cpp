@@ -1,0 +1,361 @@
+// Browse and keyword search over the real data model: the rows and columns
+// each shows, the fee total, the comma-separated export, and opening a result
+// in the record form.
+#include "csvExport.h"
+#include "frmRegisterLease.h"
+#include "frmSearchLease.h"
+#include "frmViewLease.h"
+#include "mainWindow.h"
+#include "testSupport.h"
+
+#include <QtTest>
+#include <QtWidgets>
+
+using testSupport::leaseRow;
+
+// Ticks the named fields and groups only. Fields are ticked in reverse, to
+// show the column order comes from the tree.
+static void tickOnly(frmViewLease *form, const QStringList &names)
+{
+    QTreeWidget *tree = form->fieldTree();
+    for (int t = 0; t < tree->topLevelItemCount(); ++t) {
+        QTreeWidgetItem *top = tree->topLevelItem(t);
+        for (int c = top->childCount() - 1; c >= 0; --c)
+            top->child(c)->setCheckState(0, names.contains(top->child(c)->text(0)) ? Qt::Checked : Qt::Unchecked);
+        top->setCheckState(0, names.contains(top->text(0)) ? Qt::Checked : Qt::Unchecked);
+    }
+}
+
+// The header line, then one line per row, cells joined by "|".
+static QStringList shown(QTableWidget *table)
+{
+    QStringList lines;
+    for (int r = -1; r < table->rowCount(); ++r) {
+        QStringList cells;
+        for (int c = 0; c < table->columnCount(); ++c) {
+            QTableWidgetItem *item = r < 0 ? table->horizontalHeaderItem(c) : table->item(r, c);
+            cells << (item ? item->text() : QString());
+        }
+        lines << cells.join(QLatin1Char('|'));
+    }
+    return lines;
+}
+
+// The numbers in column 0, top to bottom.
+static QStringList search(frmSearchLease *form, const QString &keyword)
+{
+    form->keywordEdit()->setText(keyword);
+    form->searchButton()->click();
+    QStringList numbers;
+    for (int r = 0; r < form->resultTable()->rowCount(); ++r)
+        numbers << form->resultTable()->item(r, 0)->text();
+    return numbers;
+}
+
+class tst_query : public QObject
+{
+    Q_OBJECT
+
+    mainWindow *m_window = nullptr;
+
+    template <typename Form>
+    Form *openForm(const QDate &from = QDate(2026, 1, 1), const QDate &to = QDate(2026, 12, 31))
+    {
+        auto *form = new Form(m_window);
+        m_window->openForm(form);
+        form->fromDateEdit()->setDate(from);
+        form->toDateEdit()->setDate(to);
+        return form;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        testSupport::initApplication();
+        testSupport::resetDatabase();
+        m_window = testSupport::login();
+        QVERIFY(m_window->workDate().isValid());
+    }
+    void cleanupTestCase() { delete m_window; }
+
+    void init()
+    {
+        for (const char *table : {"lease", "leaseout", "leasein", "leasehouse"})
+            testSupport::exec(QStringLiteral("DELETE FROM ") + QLatin1String(table));
+        // Inserted out of number order, so the order shown comes from the
+        // query. The telephones hold other keywords: "00001" sits in 陈静's,
+        // "123456" in a lessor's and a lessee's.
+        testSupport::insertLease(leaseRow{"370102202600023", "2026-02-10", 150, "王芳", "053188123456", "刘洋",
+                                          "13700001111", "解放路3号"});
+        testSupport::insertLease(leaseRow{"370102202600001", "2026-01-05", 120, "张伟", "13800138000", "李娜",
+                                          "13912345678", "和平路12号"});
+        testSupport::insertLease(leaseRow{"370102202600123", "2026-03-15", 80, "陈静", "13512300001", "张小明", "",
+                                          "人民路12a号"});
+        // Lessor only: the lessee and house columns stay empty.
+        testSupport::insertLease(leaseRow{"370102202612345", "2026-04-01", 200, "赵磊", "18600123456", "", "", ""});
+        // No lessor row: neither browse nor search lists it, but its fee counts.
+        testSupport::insertLease(leaseRow{"370102202600002", "2026-01-20", 300, "", "", "张三", "13800138000",
+                                          "和平路99号"});
+        // Last year's, on the day before the range most tests use.
+        testSupport::insertLease(leaseRow{"370102202500001", "2025-12-31", 90, "张伟", "13800138000", "", "", ""});
+    }
+
+    void cleanup()
+    {
+        m_window->mdiArea()->closeAllSubWindows();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    void browse_data()
+    {
+        QTest::addColumn<QStringList>("ticked");
+        QTest::addColumn<QDate>("from");
+        QTest::addColumn<QDate>("to");
+        QTest::addColumn<QStringList>("lines");
+        QTest::addColumn<QString>("fees");
+        QTest::newRow("tree order, oldest first, empty cells, lease without lessor left out but paid")
+            << QStringList{"承方电话", "出方名称", "登记编号"} << QDate(2026, 1, 1) << QDate(2026, 12, 31)
+            << QStringList{"登记编号|出方名称|承方电话", "370102202600001|张伟|13912345678",
+                           "370102202600023|王芳|13700001111", "370102202600123|陈静|", "370102202612345|赵磊|"}
+            << "当前收费金额合计：850元";
+        QTest::newRow("a group ticks its fields; range bounds included")
+            << QStringList{"基础信息"} << QDate(2025, 12, 31) << QDate(2026, 1, 5)
+            << QStringList{"登记编号|登记日期|有效日起|有效日止|收费金额",
+                           "370102202500001|2025-12-31|2025-01-01|2025-12-31|90",
+                           "370102202600001|2026-01-05|2026-01-01|2026-12-31|120"}
+            << "当前收费金额合计：210元";
+        QTest::newRow("no lease: no rows, empty amount") << QStringList{"登记编号"} << QDate(2026, 6, 1)
+                                                         << QDate(2026, 12, 31) << QStringList{"登记编号"}
+                                                         << "当前收费金额合计：元";
+    }
+
+    void browse()
+    {
+        QFETCH(QStringList, ticked);
+        QFETCH(QDate, from);
+        QFETCH(QDate, to);
+        QFETCH(QStringList, lines);
+        QFETCH(QString, fees);
+        auto *form = openForm<frmViewLease>(from, to);
+        QVERIFY(!form->exportButton()->isEnabled());
+        tickOnly(form, ticked);
+        // A second view replaces the rows of the first.
+        form->viewButton()->click();
+        form->viewButton()->click();
+        QCOMPARE(shown(form->resultTable()), lines);
+        QVERIFY(form->exportButton()->isEnabled());
+        modalWatcher watcher;
+        form->sumButton()->click();
+        QCOMPARE(watcher.boxes.size(), 1);
+        QCOMPARE(watcher.lastTitle(), QStringLiteral("信息"));
+        QCOMPARE(watcher.lastText(), fees);
+    }
+
+    void fieldTreeFollowsSchema()
+    {
+        // A column added by field maintenance can be browsed in the next
+        // form, in its place in the table.
+        QVERIFY(testSupport::exec(QStringLiteral("ALTER TABLE leasehouse ADD 楼层 int(11) DEFAULT 1 AFTER 房屋坐落")));
+        auto *form = openForm<frmViewLease>(QDate(2026, 1, 1), QDate(2026, 3, 31));
+        tickOnly(form, {"楼层", "房屋坐落"});
+        form->viewButton()->click();
+        testSupport::exec(QStringLiteral("ALTER TABLE leasehouse DROP 楼层"));
+        QCOMPARE(shown(form->resultTable()),
+                 (QStringList{"房屋坐落|楼层", "和平路12号|1", "解放路3号|1", "人民路12a号|1"}));
+    }
+
+    void apostrophe_data()
+    {
+        QTest::addColumn<QString>("cell");
+        QTest::addColumn<bool>("marked");
+        QTest::newRow("6 digits") << "123456" << false;
+        QTest::newRow("7 digits") << "1234567" << true;
+        QTest::newRow("negative of 7") << "-123456" << true;
+        QTest::newRow("decimal of 7") << "12.5000" << true;
+        QTest::newRow("letter inside, 7") << "12a4567" << false;
+        QTest::newRow("two points") << "1.2.3456" << false;
+    }
+
+    void apostrophe()
+    {
+        QFETCH(QString, cell);
+        QFETCH(bool, marked);
+        QCOMPARE(csvExport::needsApostrophe(cell), marked);
+    }
+
+    void csvBytes()
+    {
+        // Cells typed as the query helper types them: text, numbers, dates.
+        QTableWidget table(2, 4);
+        table.setHorizontalHeaderLabels({"登记编号", "出方名称", "收费金额", "登记日期"});
+        // (1,1) stays without an item: an empty cell.
+        const QVariantList cells{"370102202600001", "张伟,€", 1234567, QDate(2026, 1, 5),
+                                 "123456", QVariant(), -12.5, -1234.5};
+        for (int i = 0; i < cells.size(); ++i) {
+            if (cells[i].isValid()) {
+                auto *item = new QTableWidgetItem;
+                item->setData(Qt::DisplayRole, cells[i]);
+                table.setItem(i / 4, i % 4, item);
+            }
+        }
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("mydata.csv"));
+        QVERIFY(csvExport::write(table.model(), path));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        // Header in GB18030: 登记编号 出方名称 收费金额 登记日期; 张伟 = D5C5 CEB0,
+        // € = A2E3. The comma inside a cell stays as it is, unquoted.
+        QCOMPARE(file.readAll(), QByteArray("\xb5\xc7\xbc\xc7\xb1\xe0\xba\xc5,\xb3\xf6\xb7\xbd\xc3\xfb\xb3\xc6,"
+                                            "\xca\xd5\xb7\xd1\xbd\xf0\xb6\xee,\xb5\xc7\xbc\xc7\xc8\xd5\xc6\xda\n"
+                                            "'370102202600001,\xd5\xc5\xce\xb0,\xa2\xe3,'1234567,2026-01-05\n"
+                                            "123456,,-12.5,'-1234.5\n"));
+        QString error;
+        QVERIFY(!csvExport::write(table.model(), QStringLiteral("/nonexistent-dir/x.csv"), &error));
+        QVERIFY(!error.isEmpty());
+    }
+
+    void exportThroughDialog_data()
+    {
+        QTest::addColumn<bool>("accept");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QByteArray>("file");
+        // 登记编号,收费金额 in GB18030, then the rows as shown.
+        QTest::newRow("saved") << true << QStringLiteral("导出数据成功.")
+                               << QByteArray("\xb5\xc7\xbc\xc7\xb1\xe0\xba\xc5,\xca\xd5\xb7\xd1\xbd\xf0\xb6\xee\n"
+                                             "'370102202600001,120\n'370102202600023,150\n"
+                                             "'370102202600123,80\n'370102202612345,200\n");
+        QTest::newRow("cancelled: nothing written") << false << QString() << QByteArray("no file");
+    }
+
+    void exportThroughDialog()
+    {
+        QFETCH(bool, accept);
+        QFETCH(QString, message);
+        QFETCH(QByteArray, file);
+        auto *form = openForm<frmViewLease>();
+        tickOnly(form, {"登记编号", "收费金额"});
+        form->viewButton()->click();
+        m_window->statusBar()->clearMessage();
+        // Only the folder is changed: a file name typed in before the dialog
+        // has listed its folder gets replaced by its proposal once the
+        // listing arrives.
+        QTemporaryDir dir;
+        modalWatcher watcher;
+        watcher.handler = [&](QWidget *modal) {
+            auto *dialog = qobject_cast<QFileDialog *>(modal);
+            QVERIFY(dialog);
+            dialog->setDirectory(dir.path());
+            // QFileDialog makes accept() protected; it is QDialog's public slot.
+            accept ? static_cast<QDialog *>(dialog)->accept() : dialog->reject();
+        };
+        form->exportButton()->click();
+        QCOMPARE(watcher.boxes.size(), 1);
+        QCOMPARE(m_window->statusBar()->currentMessage(), message);
+        QFile written(dir.filePath(QStringLiteral("mydata.csv")));
+        QCOMPARE(written.open(QIODevice::ReadOnly) ? written.readAll() : QByteArray("no file"), file);
+    }
+
+    void keyword_data()
+    {
+        QTest::addColumn<QString>("keyword");
+        QTest::addColumn<QStringList>("numbers");
+        QTest::newRow("5 digits: number suffix, never telephones") << "00001" << QStringList{"370102202600001"};
+        QTest::newRow("2 digits: every number ending so")
+            << "23" << QStringList{"370102202600023", "370102202600123"};
+        QTest::newRow("digits inside a number do not match") << "0012" << QStringList{};
+        QTest::newRow("6 digits: either telephone, anywhere")
+            << "123456" << QStringList{"370102202600001", "370102202600023", "370102202612345"};
+        QTest::newRow("6+ digits: number suffix") << "202612345" << QStringList{"370102202612345"};
+        QTest::newRow("either name; other year and lease without lessor skipped")
+            << "张" << QStringList{"370102202600001", "370102202600123"};
+        QTest::newRow("digits and letters: names and location") << "12a" << QStringList{"370102202600123"};
+        QTest::newRow("trimmed") << "  王芳 " << QStringList{"370102202600023"};
+        QTest::newRow("blank: table emptied, nothing said") << "   " << QStringList{};
+    }
+
+    void keyword()
+    {
+        QFETCH(QString, keyword);
+        QFETCH(QStringList, numbers);
+        auto *form = openForm<frmSearchLease>();
+        // Each search starts from the hits of an earlier one, which must go.
+        search(form, QStringLiteral("2"));
+        m_window->statusBar()->clearMessage();
+        QCOMPARE(search(form, keyword), numbers);
+        QCOMPARE(m_window->statusBar()->currentMessage(),
+                 keyword.trimmed().isEmpty() ? QString()
+                                             : QStringLiteral("信息：共搜索到 %1条记录.").arg(numbers.size()));
+    }
+
+    void searchColumnsAndDates()
+    {
+        auto *form = openForm<frmSearchLease>();
+        search(form, QStringLiteral("赵磊"));
+        QTableWidget *table = form->resultTable();
+        QCOMPARE(shown(table), (QStringList{"登记编号|登记日期|出方名称|出方电话|承方名称|承方电话|房屋坐落",
+                                            "370102202612345|2026-04-01|赵磊|18600123456|||"}));
+        // Dates stay typed, and are shown the way operators write them
+        // whatever the locale.
+        const QVariant date = table->item(0, 1)->data(Qt::DisplayRole);
+        QCOMPARE(date.userType(), int(QMetaType::QDate));
+        auto *delegate = qobject_cast<QStyledItemDelegate *>(table->itemDelegate());
+        QVERIFY(delegate);
+        QCOMPARE(delegate->displayText(date, QLocale(QLocale::English)), QStringLiteral("2026-04-01"));
+    }
+
+    void detail_data()
+    {
+        QTest::addColumn<bool>("browse");
+        QTest::addColumn<int>("row"); // -2: nothing listed, -1: no current row
+        QTest::addColumn<QString>("told");
+        QTest::addColumn<QStringList>("records"); // number|lessor of each record form after
+        const QStringList untouched{"|", "|"};
+        for (bool browse : {true, false}) {
+            const char *form = browse ? "browse" : "search";
+            QTest::addRow("%s: no rows", form) << browse << -2 << "没有可以查看的记录" << untouched;
+            QTest::addRow("%s: no current row", form) << browse << -1 << "提示|请选择需要查看的记录" << untouched;
+        }
+        // Browse lists 600001, 600023, ...; searching "23" lists 600023, 600123.
+        QTest::newRow("browse: row opens") << true << 1 << "" << QStringList{"370102202600023|王芳"};
+        QTest::newRow("search: row opens") << false << 1 << "" << QStringList{"370102202600123|陈静"};
+    }
+
+    void detail()
+    {
+        QFETCH(bool, browse);
+        QFETCH(int, row);
+        QFETCH(QString, told);
+        QFETCH(QStringList, records);
+        // Two empty record forms are open before; a registration opened from
+        // a result replaces both.
+        m_window->slotRegisterLease();
+        m_window->slotRegisterLease();
+        modalWatcher watcher;
+        auto *view = browse ? openForm<frmViewLease>() : nullptr;
+        auto *find = browse ? nullptr : openForm<frmSearchLease>();
+        if (row > -2)
+            view ? view->viewButton()->click() : void(search(find, QStringLiteral("23")));
+        QTableWidget *table = view ? view->resultTable() : find->resultTable();
+        if (row >= 0)
+            table->setCurrentCell(row, 1);
+        m_window->statusBar()->clearMessage();
+        (view ? view->detailButton() : find->detailButton())->click();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+
+        QString seen = m_window->statusBar()->currentMessage();
+        for (const modalWatcher::seen &box : watcher.boxes)
+            seen += box.title + QLatin1Char('|') + box.text;
+        QCOMPARE(seen, told);
+        // The record form loaded the registration, not only its number.
+        QStringList open;
+        for (QMdiSubWindow *sub : m_window->mdiArea()->subWindowList()) {
+            if (auto *record = qobject_cast<frmRegisterLease *>(sub->widget()))
+                open << record->numberEdit()->text() + QLatin1Char('|')
+                        + record->findChild<QLineEdit *>(QStringLiteral("line出方名称："))->text();
+        }
+        QCOMPARE(open, records);
+    }
+};
+
+QTEST_MAIN(tst_query)
+#include "tst_query.moc"
