@@ -90,6 +90,12 @@ void tst_queryHelper::typedCells()
     const QVariant cell = table.item(0, 0)->data(Qt::DisplayRole);
     QCOMPARE(int(cell.type()), type);
     QCOMPARE(cell, value);
+
+    // A missing value stays empty rather than reading as 0.
+    helper.setStatement("SELECT " + column + " FROM typed WHERE i IS NULL");
+    table.setRowCount(0);
+    helper.fillTable(&table);
+    QCOMPARE(table.item(0, 0)->data(Qt::DisplayRole).toString(), QString());
 }
 
 void tst_queryHelper::reverseOrderAndRefill()

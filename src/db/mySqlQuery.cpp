@@ -14,6 +14,10 @@ mySqlQuery::mySqlQuery()
 
 static QVariant typed(const QVariant &value, QVariant::Type type)
 {
+    // A lease without a lessee or house row has NULL in those columns; the
+    // conversions below would show it as 0, which reads as a real value.
+    if (value.isNull())
+        return QVariant();
     switch (type) {
     case QVariant::Int: return value.toInt();
     case QVariant::Double: return value.toDouble();
