@@ -116,16 +116,6 @@ void tst_operators::loginShowsLevel()
     QVERIFY2(labels.contains(label), qPrintable(labels.join('|')));
     QVERIFY2(labels.contains("操作员：" + name), qPrintable(labels.join('|')));
 
-    // What the level unlocks after a real login.
-    auto enabled = [&](const QString &text) {
-        for (QAction *a : window->findChildren<QAction *>())
-            if (a->text() == text)
-                return a->isEnabled();
-        return false;
-    };
-    QCOMPARE(enabled("搜索查询"), true);
-    QCOMPARE(enabled("登记备案"), level <= 2);
-    QCOMPARE(enabled("操作员管理"), level <= 1);
 }
 
 QTEST_MAIN(tst_operators)

@@ -21,7 +21,6 @@ private slots:
     void anotherProcessReadsWhatWeWrote();
     void leadingSlashIsTheSameKey_data();
     void leadingSlashIsTheSameKey();
-    void textFilesAreGb18030();
 };
 
 static QByteArray rawFile()
@@ -104,18 +103,6 @@ void tst_settings::leadingSlashIsTheSameKey()
     appSettings::open()->setValue(written, 150);
     QCOMPARE(appSettings::open()->value(read, 120).toInt(), 150);
     QCOMPARE(rawFile().count("Price="), 1);
-}
-
-void tst_settings::textFilesAreGb18030()
-{
-    for (const char *name : {"readme.txt", "fieldtype.txt"}) {
-        QString text;
-        QVERIFY2(gbText::readFile(QString::fromLatin1(name), &text), name);
-        QVERIFY2(text.contains(QString("登记")), name);
-        QVERIFY2(!text.contains(QChar::ReplacementCharacter), name);
-    }
-    QString text;
-    QVERIFY(!gbText::readFile("no-such-file.txt", &text));
 }
 
 int main(int argc, char *argv[])
