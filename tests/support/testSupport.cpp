@@ -22,7 +22,11 @@ namespace testSupport {
 
 QString serverDir()
 {
-    const QString dir = qEnvironmentVariable("ZELNOR_TEST_SERVER_DIR");
+    QString dir = qEnvironmentVariable("ZELNOR_TEST_SERVER_DIR");
+    // A benchmark run after `eval "$(scripts/local-server env DIR)"` finds
+    // that server through MYSQL_HOME, which is its folder.
+    if (dir.isEmpty() && QFile::exists(qEnvironmentVariable("MYSQL_HOME") + QStringLiteral("/client.env")))
+        dir = qEnvironmentVariable("MYSQL_HOME");
     return dir.isEmpty() ? QStringLiteral(ZELNOR_TEST_SERVER_DIR) : dir;
 }
 
