@@ -291,6 +291,15 @@ void mainWindow::openForm(QWidget *form)
     form->setFocus();
 }
 
+void mainWindow::showFixedWindow(QWidget *content, const QString &title, const QSize &size)
+{
+    content->setWindowTitle(title);
+    content->setAttribute(Qt::WA_DeleteOnClose);
+    QMdiSubWindow *sub = m_mdi->addSubWindow(content);
+    sub->resize(size);
+    content->show();
+}
+
 void mainWindow::slotRegisterLease() { openForm(new frmRegisterLease(this)); }
 void mainWindow::slotViewLease() { openForm(new frmViewLease(this)); }
 void mainWindow::slotSearchLease() { openForm(new frmSearchLease(this)); }
@@ -321,11 +330,7 @@ void mainWindow::slotViewLog()
     view->setColumnWidth(0, 130);
     view->setColumnWidth(1, 90);
     view->setColumnWidth(2, 370);
-    view->setWindowTitle(QStringLiteral("浏览业务日志"));
-    view->setAttribute(Qt::WA_DeleteOnClose);
-    QMdiSubWindow *sub = m_mdi->addSubWindow(view);
-    sub->resize(640, 400);
-    view->show();
+    showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640, 400));
 }
 
 void mainWindow::slotClearLog()
@@ -372,11 +377,7 @@ void mainWindow::slotHelp()
     auto *edit = new QTextEdit;
     edit->setReadOnly(true);
     edit->setPlainText(text);
-    edit->setWindowTitle(QStringLiteral("帮助说明"));
-    edit->setAttribute(Qt::WA_DeleteOnClose);
-    QMdiSubWindow *sub = m_mdi->addSubWindow(edit);
-    sub->resize(550, 350);
-    edit->show();
+    showFixedWindow(edit, QStringLiteral("帮助说明"), QSize(550, 350));
 }
 
 void mainWindow::slotAbout()
