@@ -205,6 +205,13 @@ void tst_login::rememberAndForget()
     QCOMPARE(form->nameBox()->itemText(0), QString("李四"));
     QCOMPARE(form->serverEdit()->text(), QString("db.example"));
     QVERIFY(!form->serverEdit()->isVisible());
+
+    // 退出 closes the form with its frame: no empty sub-window is left.
+    for (QPushButton *b : form->findChildren<QPushButton *>())
+        if (b->text() == "退出(&E)")
+            b->click();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(window->mdiArea()->subWindowList().isEmpty());
 }
 
 QTEST_MAIN(tst_login)

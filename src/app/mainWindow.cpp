@@ -291,6 +291,14 @@ void mainWindow::openForm(QWidget *form)
     form->setFocus();
 }
 
+void mainWindow::closeForm(QWidget *form)
+{
+    if (auto *sub = qobject_cast<QMdiSubWindow *>(form->parentWidget()))
+        sub->close();
+    else
+        form->close();
+}
+
 void mainWindow::showFixedWindow(QWidget *content, const QString &title, const QSize &size)
 {
     content->setWindowTitle(title);

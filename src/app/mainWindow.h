@@ -52,6 +52,9 @@ public:
 
     // Adds a form to the MDI area, shows it and gives it the focus.
     void openForm(QWidget *form);
+    // Closes a form together with its MDI frame; closing only the form would
+    // leave the empty frame behind.
+    static void closeForm(QWidget *form);
 
 public slots:
     void slotRegisterLease();

@@ -57,7 +57,7 @@ frmLogin::frmLogin(mainWindow *owner)
     btLogin = new QPushButton(QStringLiteral("登录(&L)"));
     btExit = new QPushButton(QStringLiteral("退出(&E)"));
     connect(btLogin, &QPushButton::clicked, this, &frmLogin::btLoginClicked);
-    connect(btExit, &QPushButton::clicked, this, &QWidget::close);
+    connect(btExit, &QPushButton::clicked, this, [this] { mainWindow::closeForm(this); });
 
     auto *grid = new QGridLayout;
     grid->addWidget(lblServer, 0, 0);

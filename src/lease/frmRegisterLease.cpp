@@ -18,7 +18,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -414,10 +413,7 @@ void frmRegisterLease::btPrintClicked()
 
 void frmRegisterLease::btExitClicked()
 {
-    if (auto *sub = qobject_cast<QMdiSubWindow *>(parentWidget()))
-        sub->close();
-    else
-        close();
+    mainWindow::closeForm(this);
 }
 
 // --- saving -----------------------------------------------------------------

@@ -12,7 +12,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QMdiSubWindow>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QStatusBar>
@@ -201,10 +200,7 @@ void frmSetPrintItem::btReadClicked()
 
 void frmSetPrintItem::btExitClicked()
 {
-    if (auto *sub = qobject_cast<QMdiSubWindow *>(parentWidget()))
-        sub->close();
-    else
-        close();
+    mainWindow::closeForm(this);
 }
 
 void frmSetPrintItem::tableWidEdited() { emit myEditingSignal(true); }

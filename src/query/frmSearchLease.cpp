@@ -83,5 +83,5 @@ void frmSearchLease::btDetailClicked()
 
 void frmSearchLease::btExitClicked()
 {
-    queryForm::closeForm(this);
+    mainWindow::closeForm(this);
 }

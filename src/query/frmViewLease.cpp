@@ -179,5 +179,5 @@ void frmViewLease::btSumPriceClicked()
 
 void frmViewLease::btExitClicked()
 {
-    queryForm::closeForm(this);
+    mainWindow::closeForm(this);
 }

@@ -83,12 +83,5 @@ void openCurrentLease(mainWindow *opener, QTableWidget *table)
     form->slotEditLinDJBH(number);
 }
 
-void closeForm(QWidget *form)
-{
-    if (auto *sub = qobject_cast<QMdiSubWindow *>(form->parentWidget()))
-        sub->close();
-    else
-        form->close();
-}
 
 } // namespace queryForm

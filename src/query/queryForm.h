@@ -33,10 +33,6 @@ void showResult(mySqlQuery *query, QTableWidget *table, const QString &sql);
 // or without a current row the operator is told so instead.
 void openCurrentLease(mainWindow *opener, QTableWidget *table);
 
-// Closes a form together with its MDI frame; closing the form alone would
-// leave an empty sub-window behind.
-void closeForm(QWidget *form);
-
 } // namespace queryForm
 
 #endif
