@@ -278,15 +278,11 @@ void mainWindow::afterLogin(const QString &databaseName)
 
 void mainWindow::openForm(QWidget *form)
 {
-    // The MDI area sizes a new sub-window from the form's size hint; a form
-    // that chose its own size (wide tables) keeps it.
-    const bool sized = form->testAttribute(Qt::WA_Resized);
-    const QSize wanted = form->size();
+    // The sub-window opens at the form's size hint; forms with wide tables
+    // give a larger one.
     QMdiSubWindow *sub = m_mdi->addSubWindow(form);
     form->show();
     sub->show();
-    if (sized)
-        sub->resize(sub->size() - form->size() + wanted);
     m_mdi->setActiveSubWindow(sub);
     form->setFocus();
 }

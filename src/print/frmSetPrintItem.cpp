@@ -114,7 +114,12 @@ frmSetPrintItem::frmSetPrintItem(mainWindow *opener)
 
     m_delegate = new myDelegate(tableWid, this);
     tableWid->setItemDelegate(m_delegate);
-    resize(960, 600);
+}
+
+QSize frmSetPrintItem::sizeHint() const
+{
+    // Room for all six columns of the item table beside the field list.
+    return QSize(960, 600);
 }
 
 printLayout frmSetPrintItem::currentLayout() const

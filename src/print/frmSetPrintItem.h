@@ -20,6 +20,7 @@ class frmSetPrintItem : public QWidget
     Q_OBJECT
 public:
     explicit frmSetPrintItem(mainWindow *opener);
+    QSize sizeHint() const override;
 
     // What the table and page setup hold now, rows without an expression left out.
     printLayout currentLayout() const;
