@@ -344,20 +344,14 @@ void mainWindow::slotClearLog()
                               QMessageBox::Yes | QMessageBox::No)
         == QMessageBox::No)
         return;
-    m_db.transaction();
-    QSqlQuery query(m_db);
     QSqlError error;
-    if (!query.exec(QStringLiteral("DELETE From log")))
-        error = query.lastError();
-    if (!query.exec(operationLog::insertSql(m_operatorName, QStringLiteral("清空日志"))))
-        error = query.lastError();
-    if (error.type() == QSqlError::NoError) {
-        m_db.commit();
+    if (dbTools::runInTransaction(m_db,
+                                  {QStringLiteral("DELETE From log"),
+                                   operationLog::insertSql(m_operatorName, QStringLiteral("清空日志"))},
+                                  &error))
         statusBar()->showMessage(QStringLiteral(" OK，清空日志完成！"), 2000);
-    } else {
-        m_db.rollback();
+    else
         QMessageBox::critical(this, QStringLiteral("错误"), error.text());
-    }
 }
 
 void mainWindow::slotSetPrice()

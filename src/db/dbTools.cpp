@@ -88,4 +88,26 @@ firstRun ensureDatabase(QSqlDatabase &db, const QString &databaseName, const QSt
     return result;
 }
 
+bool runInTransaction(QSqlDatabase &db, const QStringList &statements, QSqlError *error)
+{
+    if (!db.transaction()) {
+        *error = db.lastError();
+        return false;
+    }
+    QSqlError first;
+    for (const QString &sql : statements) {
+        QSqlQuery query(db);
+        if (!query.exec(sql) && first.type() == QSqlError::NoError)
+            first = query.lastError();
+    }
+    if (first.type() == QSqlError::NoError) {
+        if (db.commit())
+            return true;
+        first = db.lastError();
+    }
+    db.rollback();
+    *error = first;
+    return false;
+}
+
 } // namespace dbTools

@@ -2,7 +2,9 @@
 #define DBTOOLS_H
 
 #include <QSqlDatabase>
+#include <QSqlError>
 #include <QString>
+#include <QStringList>
 
 class QLabel;
 
@@ -24,6 +26,15 @@ bool runScript(const QSqlDatabase &db, const QString &scriptPath, QString *probl
 enum class firstRun { Existing, Created, Failed };
 firstRun ensureDatabase(QSqlDatabase &db, const QString &databaseName, const QString &scriptPath,
                         const QString &operatorName, QLabel *messageLabel);
+
+// Runs a multi-statement save as one transaction. Every statement is run even
+// after one failed, so the server judges the whole save, and the first
+// failure is the one reported. Commits only when all succeeded; the result of
+// transaction() and commit() is checked too, because a connection lost before
+// the commit must never be reported as saved. Schema and account statements
+// commit on their own and are not undone by the rollback.
+// Returns true when committed; otherwise *error holds the first failure.
+bool runInTransaction(QSqlDatabase &db, const QStringList &statements, QSqlError *error);
 
 } // namespace dbTools
 

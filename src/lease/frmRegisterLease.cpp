@@ -1,6 +1,7 @@
 #include "frmRegisterLease.h"
 
 #include "appSettings.h"
+#include "dbTools.h"
 #include "leaseSql.h"
 #include "mainWindow.h"
 #include "myTools.h"
@@ -432,10 +433,8 @@ void frmRegisterLease::btYesClicked()
     }
 
     QSqlDatabase db = QSqlDatabase::database();
-    db.transaction();
-    QString error;
-    if (runSave(number, &error)) {
-        db.commit();
+    QSqlError error;
+    if (dbTools::runInTransaction(db, saveStatements(number), &error)) {
         m_opener->statusBar()->showMessage(QStringLiteral("数据保存OK."), 3000);
         if (m_mode == modeDelete)
             resetRecord();
@@ -443,17 +442,15 @@ void frmRegisterLease::btYesClicked()
         return;
     }
     QApplication::beep();
-    db.rollback();
-    const registrationSql::refusal message = registrationSql::saveErrorMessage(error);
+    // The operator corrects the form from the top, so the first refusal is
+    // the one put into words.
+    const registrationSql::refusal message = registrationSql::saveErrorMessage(error.databaseText());
     QMessageBox::critical(this, QStringLiteral("错误"), message.text);
     if (message.focusNumber)
         linDJBH->setFocus();
 }
 
-// Runs every statement of the save even after one failed, so the server
-// judges the whole form; the first refusal is the one reported, since the
-// operator corrects the form from the top.
-bool frmRegisterLease::runSave(const QString &number, QString *error)
+QStringList frmRegisterLease::saveStatements(const QString &number) const
 {
     const registrationSql::numberParts parts = registrationSql::split(number);
     const registrationSql::leaseValues lease{dateDJRQ->date(), dateYXQ->date(), dateYXZ->date(), spinFee->value()};
@@ -475,14 +472,5 @@ bool frmRegisterLease::runSave(const QString &number, QString *error)
         }
     }
     statements << operationLog::insertSql(m_opener->operatorName(), m_mode + number);
-
-    bool ok = true;
-    for (const QString &sql : qAsConst(statements)) {
-        QSqlQuery query;
-        if (query.exec(sql) || !ok)
-            continue;
-        ok = false;
-        *error = query.lastError().databaseText();
-    }
-    return ok;
+    return statements;
 }

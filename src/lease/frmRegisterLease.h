@@ -78,7 +78,7 @@ private:
     void setMode(const QString &mode);
     void applyButtonState();
     bool armChange();
-    bool runSave(const QString &number, QString *error);
+    QStringList saveStatements(const QString &number) const;
     int defaultFee() const;
 
     mainWindow *m_opener;
