@@ -3,9 +3,12 @@
 #include "appSettings.h"
 #include "dbTools.h"
 #include "frmLogin.h"
+#include "frmManageServer.h"
+#include "frmManageUser.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
 #include "frmSetPrintItem.h"
+#include "frmUserChangePWD.h"
 #include "frmViewLease.h"
 #include "gbText.h"
 #include "myTableView.h"
@@ -318,12 +321,12 @@ void mainWindow::notAvailable(const QString &what)
 void mainWindow::slotBackupData() { notAvailable(actBackupData->text()); }
 void mainWindow::slotRestoreData() { notAvailable(actRestoreData->text()); }
 void mainWindow::slotClearData() { notAvailable(actClearData->text()); }
-void mainWindow::slotUserChangePWD() { notAvailable(actUserChangePWD->text()); }
-void mainWindow::slotManageUser() { notAvailable(actManageUser->text()); }
+void mainWindow::slotUserChangePWD() { openForm(new frmUserChangePWD(this)); }
+void mainWindow::slotManageUser() { openForm(new frmManageUser(this)); }
 void mainWindow::slotSetField() { notAvailable(actSetField->text()); }
 void mainWindow::slotManageSelectedItem() { notAvailable(actManageSelectedItem->text()); }
 void mainWindow::slotSetBackground() { notAvailable(actSetBackground->text()); }
-void mainWindow::slotManageServer() { notAvailable(actManageServer->text()); }
+void mainWindow::slotManageServer() { openForm(new frmManageServer(this)); }
 
 void mainWindow::slotViewLog()
 {

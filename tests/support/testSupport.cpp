@@ -4,6 +4,7 @@
 #include "frmLogin.h"
 #include "mainWindow.h"
 #include "myTools.h"
+#include "operatorSql.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -182,22 +183,11 @@ void insertLease(const leaseRow &row)
 void createOperator(const QString &displayName, const QString &password, int level)
 {
     const QString account = myTools::accountName(displayName);
-    const QString who = QStringLiteral("'") + account + QStringLiteral("'@'%'");
-    exec(QStringLiteral("CREATE USER ") + who + QStringLiteral(" IDENTIFIED BY '") + password + QLatin1Char('\''));
-    // Operators read mysql.db with their own account to learn their level.
-    exec(QStringLiteral("GRANT SELECT ON mysql.* TO ") + who);
-    switch (level) {
-    case 1:
-        exec(QStringLiteral("GRANT ALL ON zelnor.* TO ") + who + QStringLiteral(" WITH GRANT OPTION"));
-        break;
-    case 2:
-        exec(QStringLiteral("GRANT ALL ON zelnor.* TO ") + who);
-        break;
-    default:
-        exec(QStringLiteral("GRANT Select,Insert,Update,Delete,Lock Tables,Create,Create Temporary Tables,"
-                            "Show View,Create View,Alter,Index,Drop ON zelnor.* TO ") + who);
-        break;
-    }
+    QStringList statements = operatorSql::grantStatements(
+        account, operatorSql::levelTexts().value(3 - level), QStringLiteral("zelnor"));
+    statements << operatorSql::setPasswordSql(account, QStringLiteral("%"), password);
+    for (const QString &sql : statements)
+        exec(sql);
 }
 
 mainWindow *login(const QString &name, const QString &password)
