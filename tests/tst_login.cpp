@@ -2,10 +2,14 @@
 // refusals, no server, and starting a local server on demand.
 #include "appSettings.h"
 #include "frmLogin.h"
+#include "frmManageServer.h"
 #include "mainWindow.h"
 #include "testSupport.h"
 
+#include <QAction>
+#include <QCheckBox>
 #include <QComboBox>
+#include <QRadioButton>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
@@ -41,6 +45,9 @@ private slots:
     void autoStartStartsAndStopsServer();
     void serverAlreadyRunningIsNotStopped();
     void rememberAndForget();
+    void serverDialog_data();
+    void serverDialog();
+    void loginOverTcpOnly();
 
 private:
     std::unique_ptr<modalWatcher> m_boxes;
@@ -212,6 +219,164 @@ void tst_login::rememberAndForget()
             b->click();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(window->mdiArea()->subWindowList().isEmpty());
+}
+
+// Opens the server dialog through its menu action, as a 主管 would.
+static frmManageServer *openServerDialog(mainWindow *window)
+{
+    window->setLevel(1);
+    for (QAction *a : window->findChildren<QAction *>())
+        if (a->text() == "配置服务器" && a->isEnabled())
+            a->trigger();
+    return window->findChild<frmManageServer *>();
+}
+
+void tst_login::serverDialog_data()
+{
+    QTest::addColumn<QByteArray>("stored"); // the settings file before opening
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<bool>("local");        // 本机 checked after the action
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<bool>("localOnlyEnabled"); // file field and both check boxes
+    QTest::addColumn<bool>("saveEnabled");
+    QTest::addColumn<QStringList>("written"); // lines of the file after saving
+
+    const QStringList defaults{"Address=localhost", "BinDir=./mysql/bin/mysqld.exe", "AutoStart=false",
+                               "AutoStop=false"};
+    QTest::newRow("no settings file") << QByteArray() << "" << true << "localhost" << true << false
+                                      << defaults;
+    QTest::newRow("mixed-case LocalHost is 本机")
+        << QByteArray("[Server]\nAddress=LocalHost\nAutoStop=true\n") << "" << true << "localhost" << true
+        << false << QStringList{"Address=localhost", "AutoStop=true"};
+    QTest::newRow("stored remote server")
+        << QByteArray("[Server]\nAddress=10.1.2.3\nBinDir=/opt/db/run\nAutoStart=true\n") << "" << false
+        << "10.1.2.3" << false << false
+        << QStringList{"Address=10.1.2.3", "BinDir=/opt/db/run", "AutoStart=true", "AutoStop=false"};
+    // The typed address is kept; the local-only values are still written.
+    QTest::newRow("choosing 远程") << QByteArray("[Server]\nAutoStart=true\n") << "remote" << false
+                                 << "county-db" << false << true
+                                 << QStringList{"Address=county-db", "BinDir=./mysql/bin/mysqld.exe",
+                                                "AutoStart=true"};
+    QTest::newRow("back to 本机") << QByteArray("[Server]\nAddress=county-db\n") << "local" << true
+                                << "localhost" << true << true << QStringList{"Address=localhost"};
+    QTest::newRow("cancelled file chooser empties the field")
+        << QByteArray() << "chooser" << true << "localhost" << true << true << QStringList{"BinDir="};
+    QTest::newRow("auto-stop") << QByteArray() << "autostop" << true << "localhost" << true << true
+                               << QStringList{"AutoStop=true", "AutoStart=false"};
+    // Only the radio buttons, the file field and the check boxes enable saving.
+    QTest::newRow("address alone does not enable saving")
+        << QByteArray("[Server]\nAddress=db1\n") << "address" << false << "db2" << false << false
+        << QStringList{"Address=db2"};
+}
+
+void tst_login::serverDialog()
+{
+    QFETCH(QByteArray, stored);
+    QFETCH(QString, action);
+    QFETCH(bool, local);
+    QFETCH(QString, address);
+    QFETCH(bool, localOnlyEnabled);
+    QFETCH(bool, saveEnabled);
+    QFETCH(QStringList, written);
+    if (!stored.isEmpty()) {
+        QFile file(testSupport::settingsPath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(stored);
+    }
+    std::unique_ptr<mainWindow> window(new mainWindow);
+    window->show();
+    frmManageServer *form = openServerDialog(window.get());
+    QVERIFY(form);
+    QCOMPARE(form->windowTitle(), QString("配置服务器"));
+    QVERIFY(!form->saveButton()->isEnabled());
+    if (action == "remote") {
+        form->remoteButton()->click();
+        form->addressEdit()->setText("county-db");
+    } else if (action == "local") {
+        form->localButton()->click();
+    } else if (action == "chooser") {
+        form->selectFileButton()->click();
+        QCOMPARE(m_boxes->lastTitle(), QString("选择MYSQL服务器文件："));
+        m_boxes->boxes.clear();
+        QCOMPARE(form->fileEdit()->text(), QString());
+    } else if (action == "autostop") {
+        form->autoStopBox()->click();
+    } else if (action == "address") {
+        form->addressEdit()->setText("db2");
+    }
+    QCOMPARE(form->localButton()->isChecked(), local);
+    QCOMPARE(form->remoteButton()->isChecked(), !local);
+    QCOMPARE(form->addressEdit()->text(), address);
+    QCOMPARE(form->fileEdit()->isEnabled(), localOnlyEnabled);
+    QCOMPARE(form->autoStartBox()->isEnabled(), localOnlyEnabled);
+    QCOMPARE(form->autoStopBox()->isEnabled(), localOnlyEnabled);
+    QCOMPARE(form->saveButton()->isEnabled(), saveEnabled);
+
+    form->btSaveClicked();
+    QVERIFY(!form->saveButton()->isEnabled());
+    QCOMPARE(window->autoStop(), form->autoStopBox()->isChecked());
+    // What another program would read: the bytes on disk, not this process's cache.
+    QFile file(testSupport::settingsPath());
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    for (const QString &line : written)
+        QVERIFY2(lines.contains(line.toUtf8()), qPrintable(line));
+    QVERIFY(m_boxes->boxes.isEmpty());
+}
+
+// A branch office: the dialog points the program at a server reached over
+// TCP only (127.0.0.1 with a port of its own, no socket), and both root and
+// an operator log in there.
+void tst_login::loginOverTcpOnly()
+{
+    const QString script = QStringLiteral(ZELNOR_SOURCE_DIR "/scripts/local-server");
+    if (!testSupport::isChild()) {
+        QTemporaryDir dir("/tmp/zelnor-tcp-XXXXXX");
+        const QString server = dir.path() + "/srv";
+        struct stopper {
+            QString script, server;
+            ~stopper() { QProcess::execute(script, {"stop", server}); }
+        } stop{script, server};
+        QCOMPARE(QProcess::execute(script, {"start", server}), 0);
+        QFile portFile(server + "/port");
+        QVERIFY(portFile.open(QIODevice::ReadOnly));
+        const int port = portFile.readAll().trimmed().toInt();
+        QVERIFY(port > 0 && port != testSupport::serverPort());
+        QString output;
+        if (testSupport::runInChild(QTest::currentTestFunction(), deadSocket, port, server, &output) != 0)
+            QFAIL(qPrintable("child process failed:\n" + output));
+        return;
+    }
+    const int port = qEnvironmentVariableIntValue("MYSQL_TCP_PORT");
+    std::unique_ptr<mainWindow> window(new mainWindow);
+    window->show();
+    frmManageServer *form = openServerDialog(window.get());
+    form->remoteButton()->click();
+    form->addressEdit()->setText("127.0.0.1");
+    form->saveButton()->click();
+
+    for (const QString &name : {"root", "分所操作员"}) {
+        window.reset(new mainWindow); // its login form reads the saved server
+        window->show();
+        auto *login = window->findChild<frmLogin *>();
+        QCOMPARE(login->serverEdit()->text(), QString("127.0.0.1"));
+        QVERIFY(!login->serverEdit()->isVisible());
+        login->nameBox()->setEditText(name);
+        login->passwordEdit()->setText(name == QLatin1String("root") ? "" : "580213");
+        login->loginButton()->click();
+        QVERIFY2(window->level() < 10, qPrintable(window->statusBar()->currentMessage()
+                                                  + window->messageLabel()->text()));
+        QCOMPARE(window->connection().hostName(), QString("127.0.0.1"));
+        QCOMPARE(testSupport::scalar("SELECT @@port").toInt(), port);
+        QVERIFY(testSupport::count("information_schema.tables WHERE table_schema='zelnor'") >= 5);
+        if (name == QLatin1String("root")) {
+            QCOMPARE(window->level(), 0);
+            testSupport::createOperator("分所操作员", "580213", 2);
+        } else {
+            QCOMPARE(window->level(), 2);
+        }
+    }
+    QVERIFY2(m_boxes->boxes.isEmpty(), qPrintable(m_boxes->lastText()));
 }
 
 QTEST_MAIN(tst_login)

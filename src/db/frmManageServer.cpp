@@ -25,6 +25,7 @@ frmManageServer::frmManageServer(mainWindow *owner)
     auto *lblAddress = new QLabel(QStringLiteral("地址："));
     lblAddress->setBuddy(linAddress);
     linFile = new QLineEdit;
+    linFile->setMinimumWidth(280); // room for a full server program path
     auto *lblFile = new QLabel(QStringLiteral("文件："));
     lblFile->setBuddy(linFile);
     btSelectFile = new QPushButton(QStringLiteral("选择mysqld.exe文件"));
