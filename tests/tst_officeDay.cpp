@@ -24,6 +24,7 @@
 #include <QDateEdit>
 #include <QFileDialog>
 #include <QFontDialog>
+#include <QHeaderView>
 #include <QInputDialog>
 #include <QLabel>
 #include <QListWidget>
@@ -568,6 +569,14 @@ void tst_officeDay::logShowsEveryStep()
         previous = when;
     }
     QCOMPARE(rows, m_log);
+    // Every entry reads whole: when, who and what, without scrolling sideways.
+    const QAbstractItemView *asView = view; // sizeHintForColumn is public there
+    for (int c = 0; c < 3; ++c)
+        QVERIFY2(view->columnWidth(c) >= asView->sizeHintForColumn(c),
+                 qPrintable(QStringLiteral("column %1: %2 < %3").arg(c).arg(view->columnWidth(c))
+                                .arg(asView->sizeHintForColumn(c))));
+    QVERIFY2(testSupport::waitFor([&] { return view->horizontalHeader()->length() <= view->viewport()->width(); }),
+             qPrintable(QStringLiteral("%1 > %2").arg(view->horizontalHeader()->length()).arg(view->viewport()->width())));
     mainWindow::closeForm(view);
 }
 
