@@ -334,10 +334,16 @@ void mainWindow::slotViewLog()
     auto *model = new QSqlQueryModel(view);
     model->setQuery(QStringLiteral("SELECT * FROM log"), m_db);
     view->setModel(model);
-    view->setColumnWidth(0, 130);
+    // 130 pixels were measured for a narrow system font; with a wider CJK
+    // font they cut the time of day off every entry, so never less than the
+    // date and time need, and the window grows by as much so the
+    // descriptions stay whole.
+    view->resizeColumnToContents(0);
+    const int dateWidth = qMax(130, view->columnWidth(0));
+    view->setColumnWidth(0, dateWidth);
     view->setColumnWidth(1, 90);
     view->setColumnWidth(2, 370);
-    showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640, 400));
+    showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640 + dateWidth - 130, 400));
 }
 
 void mainWindow::slotClearLog()
