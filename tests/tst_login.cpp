@@ -226,9 +226,7 @@ void tst_login::rememberAndForget()
 static frmManageServer *openServerDialog(mainWindow *window)
 {
     window->setLevel(1);
-    for (QAction *a : window->findChildren<QAction *>())
-        if (a->text() == "配置服务器" && a->isEnabled())
-            a->trigger();
+    testSupport::menuAction(window, "配置服务器")->trigger();
     return window->findChild<frmManageServer *>();
 }
 

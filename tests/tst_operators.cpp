@@ -42,19 +42,11 @@ private:
     std::unique_ptr<modalWatcher> m_boxes;
 };
 
-static QAction *actionNamed(mainWindow *window, const QString &text)
-{
-    for (QAction *a : window->findChildren<QAction *>())
-        if (a->text() == text)
-            return a;
-    return nullptr;
-}
-
 // Opens a form through its menu action, as the operator would.
 template <typename Form>
 static Form *openThrough(mainWindow *window, const QString &action)
 {
-    actionNamed(window, action)->trigger();
+    testSupport::menuAction(window, action)->trigger();
     return window->findChildren<Form *>().last();
 }
 
@@ -205,8 +197,8 @@ void tst_operators::operatorLifeCycle()
     {
         std::unique_ptr<mainWindow> window(testSupport::login(name, "580213"));
         QCOMPARE(window->level(), level);
-        QCOMPARE(actionNamed(window.get(), "操作员管理")->isEnabled(), level == 1);
-        QCOMPARE(actionNamed(window.get(), "登记备案")->isEnabled(), level <= 2);
+        QCOMPARE(testSupport::menuAction(window.get(), "操作员管理")->isEnabled(), level == 1);
+        QCOMPARE(testSupport::menuAction(window.get(), "登记备案")->isEnabled(), level <= 2);
         auto *pwd = openThrough<frmUserChangePWD>(window.get(), "操作员修改密码");
         pwd->oldPasswordEdit()->setText("wrong");
         emit pwd->oldPasswordEdit()->editingFinished();
