@@ -3,8 +3,10 @@
 #include "appSettings.h"
 #include "dbTools.h"
 #include "frmLogin.h"
+#include "frmManageSelectedItem.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
+#include "frmSetField.h"
 #include "frmSetPrintItem.h"
 #include "frmViewLease.h"
 #include "gbText.h"
@@ -320,8 +322,8 @@ void mainWindow::slotRestoreData() { notAvailable(actRestoreData->text()); }
 void mainWindow::slotClearData() { notAvailable(actClearData->text()); }
 void mainWindow::slotUserChangePWD() { notAvailable(actUserChangePWD->text()); }
 void mainWindow::slotManageUser() { notAvailable(actManageUser->text()); }
-void mainWindow::slotSetField() { notAvailable(actSetField->text()); }
-void mainWindow::slotManageSelectedItem() { notAvailable(actManageSelectedItem->text()); }
+void mainWindow::slotSetField() { openForm(new frmSetField(this)); }
+void mainWindow::slotManageSelectedItem() { openForm(new frmManageSelectedItem(this)); }
 void mainWindow::slotSetBackground() { notAvailable(actSetBackground->text()); }
 void mainWindow::slotManageServer() { notAvailable(actManageServer->text()); }
 
