@@ -17,6 +17,7 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTableWidget>
 #include <QTextEdit>
 #include <QVBoxLayout>
@@ -56,7 +57,6 @@ frmSetField::frmSetField(mainWindow *opener)
     tableWid->setColumnHidden(colModified, true);
     tableWid->setSelectionBehavior(QAbstractItemView::SelectRows);
     tableWid->setSelectionMode(QAbstractItemView::SingleSelection);
-    tableWid->horizontalHeader()->setStretchLastSection(true);
 
     m_typeText = new QTextEdit;
     m_typeText->setReadOnly(true);
@@ -98,7 +98,16 @@ frmSetField::frmSetField(mainWindow *opener)
     cbxTableSelected(cbxTable->currentIndex());
 }
 
-QSize frmSetField::sizeHint() const { return QSize(860, 480); }
+QSize frmSetField::sizeHint() const
+{
+    // Wide enough that the default column is in view next to long enum
+    // types; the main window is normally maximised.
+    int grid = tableWid->verticalHeader()->sizeHint().width() + 2 * tableWid->frameWidth()
+        + style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 8;
+    for (int c = colName; c <= colDefault; ++c)
+        grid += tableWid->columnWidth(c);
+    return QSize(qMin(grid + m_typeText->maximumWidth() + 30, 1200), 520);
+}
 
 QString frmSetField::tableName() const { return cbxTable->currentData().toString(); }
 
