@@ -3,10 +3,12 @@
 #include "appSettings.h"
 #include "dbTools.h"
 #include "frmLogin.h"
+#include "frmManageSelectedItem.h"
 #include "frmManageServer.h"
 #include "frmManageUser.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
+#include "frmSetField.h"
 #include "frmSetPrintItem.h"
 #include "frmUserChangePWD.h"
 #include "frmViewLease.h"
@@ -323,8 +325,8 @@ void mainWindow::slotRestoreData() { notAvailable(actRestoreData->text()); }
 void mainWindow::slotClearData() { notAvailable(actClearData->text()); }
 void mainWindow::slotUserChangePWD() { openForm(new frmUserChangePWD(this)); }
 void mainWindow::slotManageUser() { openForm(new frmManageUser(this)); }
-void mainWindow::slotSetField() { notAvailable(actSetField->text()); }
-void mainWindow::slotManageSelectedItem() { notAvailable(actManageSelectedItem->text()); }
+void mainWindow::slotSetField() { openForm(new frmSetField(this)); }
+void mainWindow::slotManageSelectedItem() { openForm(new frmManageSelectedItem(this)); }
 void mainWindow::slotSetBackground() { notAvailable(actSetBackground->text()); }
 void mainWindow::slotManageServer() { openForm(new frmManageServer(this)); }
 
