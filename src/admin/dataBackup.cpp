@@ -122,7 +122,9 @@ bool restore(const QSqlDatabase &db, const QString &fileName, QString *problem, 
     QByteArray sql;
     if (!readContent(fileName, &sql, problem))
         return false;
-    if (fileName.endsWith(QStringLiteral(".sda"))) {
+    // The same rule as backup: only a name ending in .sql holds plain text,
+    // so a backup saved under any other name can be restored as it was made.
+    if (!fileName.endsWith(QStringLiteral(".sql"))) {
         sql = qUncompress(sql);
         // Feeding nothing would report a restore that did not happen.
         if (sql.isEmpty())
