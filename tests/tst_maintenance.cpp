@@ -23,6 +23,7 @@
 #include <QSpinBox>
 #include <QSqlQuery>
 #include <QStatusBar>
+#include <QTextEdit>
 #include <QtEndian>
 #include <QtTest>
 
@@ -57,6 +58,7 @@ private slots:
     void background();
     void defaultFee_data();
     void defaultFee();
+    void helpSaysWhereRegionIsSet();
 
 private:
     QTemporaryDir m_dir;
@@ -474,6 +476,19 @@ void tst_maintenance::defaultFee()
     QCOMPARE(watcher.boxes.value(0).title, QString("对话框"));
     QCOMPARE(label, QString("请输入默认收费金额（单位：元）　　"));
     QCOMPARE(appSettings::open()->value("ZELNOR/Price").toInt(), stored);
+}
+
+// The operator's guide (GB18030) must tell where the region code and the
+// office name are set, since the program has no dialog for them.
+void tst_maintenance::helpSaysWhereRegionIsSet()
+{
+    mainWindow window;
+    action(&window, "帮助说明")->trigger();
+    auto *help = qobject_cast<QTextEdit *>(window.mdiArea()->subWindowList().last()->widget());
+    QVERIFY(help);
+    const QString text = help->toPlainText();
+    for (const QString &needed : {"ZELNOR.ini", "[Register]", "Region=", "地区代码", "Company=", "单位名称"})
+        QVERIFY2(text.contains(needed), qPrintable(needed));
 }
 
 QTEST_MAIN(tst_maintenance)
