@@ -11,13 +11,11 @@
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QMenuBar>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QStyledItemDelegate>
 #include <QTextEdit>
 #include <QToolBar>
-#include <QSqlQuery>
 #include <QtTest>
 
 class tst_mainWindow : public QObject
@@ -48,17 +46,6 @@ private:
     std::unique_ptr<modalWatcher> m_boxes;
 };
 
-static QStringList enabledActions(mainWindow *w)
-{
-    QStringList names;
-    for (QAction *menu : w->menuBar()->actions())
-        for (QAction *a : menu->menu()->actions())
-            if (!a->isSeparator() && a->isEnabled())
-                names << a->text();
-    names.sort();
-    return names;
-}
-
 void tst_mainWindow::levelEnabling_data()
 {
     QTest::addColumn<int>("level");
@@ -83,7 +70,7 @@ void tst_mainWindow::levelEnabling()
     mainWindow window;
     window.setLevel(level);
     enabled.sort();
-    QCOMPARE(enabledActions(&window), enabled);
+    QCOMPARE(testSupport::enabledActions(&window), enabled);
     // The tool bar holds the same action objects.
     for (QAction *a : window.findChild<QToolBar *>()->actions())
         if (!a->isSeparator())
@@ -105,15 +92,6 @@ void tst_mainWindow::enterMovesLikeTab()
     QCOMPARE(window.level(), 10); // Enter moved on; it did not log in
 }
 
-static QStringList logRows()
-{
-    QStringList rows;
-    QSqlQuery q("SELECT 用户, 描述 FROM log");
-    while (q.next())
-        rows << q.value(0).toString() + "|" + q.value(1).toString();
-    return rows;
-}
-
 void tst_mainWindow::loginAndExitAreLogged_data()
 {
     QTest::addColumn<QString>("name");
@@ -132,7 +110,7 @@ void tst_mainWindow::loginAndExitAreLogged()
     testSupport::createOperator(name, "pw", level);
     std::unique_ptr<mainWindow> window(testSupport::login(name, "pw"));
     QCOMPARE(window->level(), level);
-    QCOMPARE(logRows(), logged ? QStringList{name + "|登录系统"} : QStringList());
+    QCOMPARE(testSupport::logRows(), logged ? QStringList{name + "|登录系统"} : QStringList());
     QVERIFY(m_boxes->boxes.isEmpty());
     if (logged) {
         // The viewer shows the row, its server time as yyyy-MM-dd hh:mm:ss.
@@ -146,7 +124,7 @@ void tst_mainWindow::loginAndExitAreLogged()
     }
     window->close();
     testSupport::connectAsRoot("zelnor");
-    QCOMPARE(logRows(), logged ? (QStringList{name + "|登录系统", name + "|退出系统"}) : QStringList());
+    QCOMPARE(testSupport::logRows(), logged ? (QStringList{name + "|登录系统", name + "|退出系统"}) : QStringList());
 }
 
 void tst_mainWindow::clearLog_data()
@@ -173,7 +151,7 @@ void tst_mainWindow::clearLog()
     QCOMPARE(m_boxes->boxes.size(), 1);
     QCOMPARE(m_boxes->lastTitle(), QString("确认"));
     QCOMPARE(m_boxes->lastText(), QString("将清空业务日志，请注意数据备份。是否继续进行？"));
-    QCOMPARE(logRows(), after);
+    QCOMPARE(testSupport::logRows(), after);
     if (answer == QMessageBox::Yes)
         QCOMPARE(window->statusBar()->currentMessage(), QString(" OK，清空日志完成！"));
 }

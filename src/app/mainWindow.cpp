@@ -5,10 +5,15 @@
 #include "dbTools.h"
 #include "frmClearData.h"
 #include "frmLogin.h"
+#include "frmManageSelectedItem.h"
+#include "frmManageServer.h"
+#include "frmManageUser.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
 #include "frmSetBackground.h"
+#include "frmSetField.h"
 #include "frmSetPrintItem.h"
+#include "frmUserChangePWD.h"
 #include "frmViewLease.h"
 #include "gbText.h"
 #include "myTableView.h"
@@ -313,19 +318,13 @@ void mainWindow::slotViewLease() { openForm(new frmViewLease(this)); }
 void mainWindow::slotSearchLease() { openForm(new frmSearchLease(this)); }
 void mainWindow::slotSetPrintItem() { openForm(new frmSetPrintItem(this)); }
 
-void mainWindow::notAvailable(const QString &what)
-{
-    QApplication::beep();
-    statusBar()->showMessage(QStringLiteral("“") + what + QStringLiteral("”功能尚未提供。"), 3000);
-}
-
 void mainWindow::slotClearData() { openForm(new frmClearData(this)); }
-void mainWindow::slotUserChangePWD() { notAvailable(actUserChangePWD->text()); }
-void mainWindow::slotManageUser() { notAvailable(actManageUser->text()); }
-void mainWindow::slotSetField() { notAvailable(actSetField->text()); }
-void mainWindow::slotManageSelectedItem() { notAvailable(actManageSelectedItem->text()); }
+void mainWindow::slotUserChangePWD() { openForm(new frmUserChangePWD(this)); }
+void mainWindow::slotManageUser() { openForm(new frmManageUser(this)); }
+void mainWindow::slotSetField() { openForm(new frmSetField(this)); }
+void mainWindow::slotManageSelectedItem() { openForm(new frmManageSelectedItem(this)); }
 void mainWindow::slotSetBackground() { openForm(new frmSetBackground(this)); }
-void mainWindow::slotManageServer() { notAvailable(actManageServer->text()); }
+void mainWindow::slotManageServer() { openForm(new frmManageServer(this)); }
 
 void mainWindow::slotBackupData()
 {
@@ -375,10 +374,16 @@ void mainWindow::slotViewLog()
     auto *model = new QSqlQueryModel(view);
     model->setQuery(QStringLiteral("SELECT * FROM log"), m_db);
     view->setModel(model);
-    view->setColumnWidth(0, 130);
+    // 130 pixels were measured for a narrow system font; with a wider CJK
+    // font they cut the time of day off every entry, so never less than the
+    // date and time need, and the window grows by as much so the
+    // descriptions stay whole.
+    view->resizeColumnToContents(0);
+    const int dateWidth = qMax(130, view->columnWidth(0));
+    view->setColumnWidth(0, dateWidth);
     view->setColumnWidth(1, 90);
     view->setColumnWidth(2, 370);
-    showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640, 400));
+    showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640 + dateWidth - 130, 400));
 }
 
 void mainWindow::slotClearLog()
