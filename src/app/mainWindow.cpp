@@ -1,13 +1,16 @@
 #include "mainWindow.h"
 
 #include "appSettings.h"
+#include "dataBackup.h"
 #include "dbTools.h"
+#include "frmClearData.h"
 #include "frmLogin.h"
 #include "frmManageSelectedItem.h"
 #include "frmManageServer.h"
 #include "frmManageUser.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
+#include "frmSetBackground.h"
 #include "frmSetField.h"
 #include "frmSetPrintItem.h"
 #include "frmUserChangePWD.h"
@@ -20,6 +23,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QFileDialog>
 #include <QHeaderView>
 #include <QInputDialog>
 #include <QKeyEvent>
@@ -314,21 +318,55 @@ void mainWindow::slotViewLease() { openForm(new frmViewLease(this)); }
 void mainWindow::slotSearchLease() { openForm(new frmSearchLease(this)); }
 void mainWindow::slotSetPrintItem() { openForm(new frmSetPrintItem(this)); }
 
-void mainWindow::notAvailable(const QString &what)
-{
-    QApplication::beep();
-    statusBar()->showMessage(QStringLiteral("“") + what + QStringLiteral("”功能尚未提供。"), 3000);
-}
-
-void mainWindow::slotBackupData() { notAvailable(actBackupData->text()); }
-void mainWindow::slotRestoreData() { notAvailable(actRestoreData->text()); }
-void mainWindow::slotClearData() { notAvailable(actClearData->text()); }
+void mainWindow::slotClearData() { openForm(new frmClearData(this)); }
 void mainWindow::slotUserChangePWD() { openForm(new frmUserChangePWD(this)); }
 void mainWindow::slotManageUser() { openForm(new frmManageUser(this)); }
 void mainWindow::slotSetField() { openForm(new frmSetField(this)); }
 void mainWindow::slotManageSelectedItem() { openForm(new frmManageSelectedItem(this)); }
-void mainWindow::slotSetBackground() { notAvailable(actSetBackground->text()); }
+void mainWindow::slotSetBackground() { openForm(new frmSetBackground(this)); }
 void mainWindow::slotManageServer() { openForm(new frmManageServer(this)); }
+
+void mainWindow::slotBackupData()
+{
+    const QDate today = m_workDate.isValid() ? m_workDate : QDate::currentDate();
+    QString name = QFileDialog::getSaveFileName(
+        this, QStringLiteral("备份业务数据"),
+        m_db.databaseName() + today.toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".sda"),
+        QStringLiteral("压缩格式 (*.sda);;文本格式 (*.sql)"));
+    if (name.isEmpty())
+        return;
+    statusBar()->showMessage(QStringLiteral("正在备份数据……"));
+    statusBar()->repaint(); // the dump blocks the event loop
+    name = dataBackup::withExtension(name);
+    QString problem;
+    if (!dataBackup::backup(m_db, name, &problem)) {
+        statusBar()->clearMessage();
+        QMessageBox::critical(this, QStringLiteral("错误"), problem);
+        return;
+    }
+    QApplication::beep();
+    statusBar()->showMessage(QStringLiteral(" 信息：数据备份完成！"), 1000);
+}
+
+void mainWindow::slotRestoreData()
+{
+    const QString name = QFileDialog::getOpenFileName(this, QStringLiteral("打开备份数据文件："),
+                                                      QStringLiteral("."),
+                                                      QStringLiteral("压缩格式 (*.sda);;文本格式 (*.sql)"));
+    if (name.isEmpty())
+        return;
+    statusBar()->showMessage(QStringLiteral(" 信息：正在恢复数据……"));
+    statusBar()->repaint();
+    QString problem;
+    if (!dataBackup::restore(m_db, name, &problem)) {
+        statusBar()->clearMessage();
+        QMessageBox::critical(this, QStringLiteral("错误"), problem);
+        return;
+    }
+    operationLog::write(m_operatorName, QStringLiteral("恢复数据"));
+    QApplication::beep();
+    statusBar()->showMessage(QStringLiteral(" 信息：数据恢复完成，请重新登录！"), 2000);
+}
 
 void mainWindow::slotViewLog()
 {
