@@ -1,6 +1,7 @@
 // Data maintenance and small settings: backup and restore with the real
 // mysqldump and mysql, clearing old registrations, the background dialog,
 // the default fee and the help text.
+#include "adminDriver.h"
 #include "appSettings.h"
 #include "dataBackup.h"
 #include "frmClearData.h"
@@ -83,19 +84,6 @@ static void fill()
     QVERIFY(exec("UPDATE leasehouse SET 朝向='北',备注='临街，二楼' WHERE 登记编号='370102202500002'"));
 }
 
-// Answers the file dialog with the path. The name goes into the name field
-// directly: selectFile() alone can lose a race with the dialog's own
-// directory listing, which puts the proposed name back.
-static std::function<void(QWidget *)> choose(const QString &path)
-{
-    return [path](QWidget *w) {
-        auto *dialog = qobject_cast<QFileDialog *>(w);
-        dialog->setDirectory(QFileInfo(path).absolutePath());
-        dialog->findChild<QLineEdit *>("fileNameEdit")->setText(QFileInfo(path).fileName());
-        static_cast<QDialog *>(dialog)->accept();
-    };
-}
-
 static QAction *action(mainWindow *window, const QString &text)
 {
     for (QAction *menu : window->menuBar()->actions())
@@ -141,7 +129,7 @@ void tst_maintenance::roundTrip()
     const QString before = state();
 
     modalWatcher watcher(QMessageBox::Yes);
-    watcher.handler = choose(m_dir.filePath(typed));
+    watcher.handler = adminDriver::fileDialogAnswer(m_dir.filePath(typed));
     action(window.get(), "备份业务数据")->trigger();
     QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据备份完成！"));
     QFile file(m_dir.filePath(written));
@@ -162,7 +150,7 @@ void tst_maintenance::roundTrip()
     QVERIFY(exec("ALTER TABLE leasein ADD 工作单位 char(30)"));
     QVERIFY(state() != before);
 
-    watcher.handler = choose(m_dir.filePath(written));
+    watcher.handler = adminDriver::fileDialogAnswer(m_dir.filePath(written));
     action(window.get(), "恢复业务数据")->trigger();
     QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据恢复完成，请重新登录！"));
     QCOMPARE(state(), before);
@@ -206,7 +194,7 @@ void tst_maintenance::brokenSdaChangesNothing()
     const QString before = state();
     const QString logBefore = lastLogRow();
     modalWatcher watcher;
-    watcher.handler = choose(path);
+    watcher.handler = adminDriver::fileDialogAnswer(path);
     window->slotRestoreData();
     QCOMPARE(state(), before);
     QCOMPARE(lastLogRow(), logBefore);
@@ -366,7 +354,7 @@ void tst_maintenance::background()
         QVERIFY(form->openButton()->isEnabled() && form->tileButton()->isEnabled() && form->saveButton()->isEnabled());
         if (pickFile) {
             modalWatcher watcher;
-            watcher.handler = choose(picture);
+            watcher.handler = adminDriver::fileDialogAnswer(picture);
             form->openButton()->click();
         }
         (stretch ? form->stretchButton() : form->tileButton())->setChecked(true);

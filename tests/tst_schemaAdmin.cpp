@@ -1,6 +1,7 @@
 // Field maintenance and choice-list maintenance driven through their dialogs
 // on the real server: what SHOW COLUMNS reports afterwards, what the operator
 // reads when the server refuses, and that the record form and browse follow.
+#include "adminDriver.h"
 #include "frmManageSelectedItem.h"
 #include "frmSetField.h"
 #include "frmViewLease.h"
@@ -51,42 +52,7 @@ static QStringList lessorValues()
     return values;
 }
 
-static QStringList gridColumn(const QTableWidget *grid, int column)
-{
-    QStringList texts;
-    for (int r = 0; r < grid->rowCount(); ++r)
-        texts << (grid->item(r, column) ? grid->item(r, column)->text() : QString());
-    return texts;
-}
-
-// One step of an operator at the field grid: "+名|类型|允许空|缺省值" 增加 and
-// fill, "^…" the same with 插入 at the current row, "~名|新名|类型" edit a row
-// (empty keeps the cell), "-名" 删除, ">名|n" 移动 to row n.
-static void fieldStep(frmSetField *form, modalWatcher &watcher, const QString &step)
-{
-    QStringList p = step.mid(1).split('|');
-    QTableWidget *grid = form->grid();
-    const int row = gridColumn(grid, frmSetField::colName).indexOf(p[0]);
-    grid->selectRow(row);
-    if (step[0] == '+' || step[0] == '^') {
-        recordForm::click(form, step[0] == '+' ? "增加" : "插入");
-        p.insert(frmSetField::colKey, QString()); // 主键 is never typed
-        for (int c = 0; c < p.size(); ++c)
-            grid->item(grid->currentRow(), c)->setText(p[c]);
-    } else if (step[0] == '~') {
-        for (int c = 1; c < p.size(); ++c)
-            if (!p[c].isEmpty())
-                grid->item(row, c - 1)->setText(p[c]);
-    } else if (step[0] == '-') {
-        recordForm::click(form, "删除");
-    } else {
-        watcher.handler = [to = p[1].toInt()](QWidget *modal) {
-            qobject_cast<QInputDialog *>(modal)->setIntValue(to);
-            qobject_cast<QInputDialog *>(modal)->accept();
-        };
-        recordForm::click(form, "移动");
-    }
-}
+using adminDriver::gridColumn;
 
 class tst_schemaAdmin : public QObject
 {
@@ -219,7 +185,7 @@ private slots:
         auto *form = openThrough<frmSetField>("数据字段维护");
         modalWatcher watcher(QMessageBox::Yes);
         for (const QString &step : steps)
-            fieldStep(form, watcher, step);
+            adminDriver::fieldStep(form, watcher, step);
         QVERIFY(form->saveButton()->isEnabled());
         recordForm::click(form, "保存");
 
@@ -303,18 +269,12 @@ private slots:
         const QStringList stored = gridColumn(form->grid(), 0);
         QStringList expected = stored;
         for (const QString &step : steps) {
+            adminDriver::choiceStep(form, step);
             const QString text = step.mid(1);
-            if (step[0] == '+') {
-                recordForm::click(form, "增加");
-                if (!text.isEmpty())
-                    form->grid()->setItem(form->grid()->rowCount() - 1, 0, new QTableWidgetItem(text));
-                if (!text.trimmed().isEmpty())
-                    expected << text;
-            } else {
-                form->grid()->setCurrentCell(gridColumn(form->grid(), 0).indexOf(text), 0);
-                recordForm::click(form, "删除");
+            if (step[0] == '-')
                 expected.removeOne(text);
-            }
+            else if (!text.trimmed().isEmpty())
+                expected << text;
         }
         QVERIFY(form->saveButton()->isEnabled() && form->cancelButton()->isEnabled() && !form->fieldBox()->isEnabled());
         modalWatcher watcher;

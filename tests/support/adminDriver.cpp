@@ -1,0 +1,73 @@
+#include "adminDriver.h"
+
+#include "../recordFormDriver.h"
+#include "frmManageSelectedItem.h"
+#include "frmSetField.h"
+#include "testSupport.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QTableWidget>
+
+namespace adminDriver {
+
+QStringList gridColumn(const QTableWidget *grid, int column)
+{
+    QStringList texts;
+    for (int r = 0; r < grid->rowCount(); ++r)
+        texts << (grid->item(r, column) ? grid->item(r, column)->text() : QString());
+    return texts;
+}
+
+void fieldStep(frmSetField *form, modalWatcher &watcher, const QString &step)
+{
+    QStringList p = step.mid(1).split(QLatin1Char('|'));
+    QTableWidget *grid = form->grid();
+    const int row = gridColumn(grid, frmSetField::colName).indexOf(p[0]);
+    grid->selectRow(row);
+    if (step[0] == QLatin1Char('+') || step[0] == QLatin1Char('^')) {
+        recordForm::click(form, step[0] == QLatin1Char('+') ? QStringLiteral("增加") : QStringLiteral("插入"));
+        p.insert(frmSetField::colKey, QString()); // 主键 is never typed
+        for (int c = 0; c < p.size(); ++c)
+            grid->item(grid->currentRow(), c)->setText(p[c]);
+    } else if (step[0] == QLatin1Char('~')) {
+        for (int c = 1; c < p.size(); ++c)
+            if (!p[c].isEmpty())
+                grid->item(row, c - 1)->setText(p[c]);
+    } else if (step[0] == QLatin1Char('-')) {
+        recordForm::click(form, QStringLiteral("删除"));
+    } else {
+        watcher.handler = [to = p[1].toInt()](QWidget *modal) {
+            qobject_cast<QInputDialog *>(modal)->setIntValue(to);
+            qobject_cast<QInputDialog *>(modal)->accept();
+        };
+        recordForm::click(form, QStringLiteral("移动"));
+    }
+}
+
+void choiceStep(frmManageSelectedItem *form, const QString &step)
+{
+    const QString text = step.mid(1);
+    QTableWidget *grid = form->grid();
+    if (step[0] == QLatin1Char('+')) {
+        recordForm::click(form, QStringLiteral("增加"));
+        if (!text.isEmpty())
+            grid->setItem(grid->rowCount() - 1, 0, new QTableWidgetItem(text));
+    } else {
+        grid->setCurrentCell(gridColumn(grid, 0).indexOf(text), 0);
+        recordForm::click(form, QStringLiteral("删除"));
+    }
+}
+
+std::function<void(QWidget *)> fileDialogAnswer(const QString &path)
+{
+    return [path](QWidget *w) {
+        auto *dialog = qobject_cast<QFileDialog *>(w);
+        dialog->setDirectory(QFileInfo(path).absolutePath());
+        dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(QFileInfo(path).fileName());
+        static_cast<QDialog *>(dialog)->accept();
+    };
+}
+
+} // namespace adminDriver

@@ -1,0 +1,37 @@
+#ifndef ADMINDRIVER_H
+#define ADMINDRIVER_H
+
+// Drives the maintenance dialogs the way a supervisor does, shared by the
+// schema test and the office day.
+#include <QString>
+#include <QStringList>
+#include <functional>
+
+class QTableWidget;
+class QWidget;
+class frmManageSelectedItem;
+class frmSetField;
+class modalWatcher;
+
+namespace adminDriver {
+
+// The texts of one grid column, top to bottom; an empty cell reads "".
+QStringList gridColumn(const QTableWidget *grid, int column);
+
+// One step of an operator at the field grid: "+名|类型|允许空|缺省值" 增加 and
+// fill, "^…" the same with 插入 at the current row, "~名|新名|类型" edit a row
+// (empty keeps the cell), "-名" 删除, ">名|n" 移动 to row n.
+void fieldStep(frmSetField *form, modalWatcher &watcher, const QString &step);
+
+// One step at the choice grid: "+text" appends a row (typed into when the
+// text is not empty), "-text" deletes the row holding it.
+void choiceStep(frmManageSelectedItem *form, const QString &step);
+
+// A modalWatcher handler that answers a file dialog with the path. The name
+// goes into the name field directly: selectFile() alone can lose a race with
+// the dialog's own directory listing, which puts the proposed name back.
+std::function<void(QWidget *)> fileDialogAnswer(const QString &path);
+
+} // namespace adminDriver
+
+#endif
