@@ -37,6 +37,7 @@
 #include <QSqlQuery>
 #include <QSqlQueryModel>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTextEdit>
 #include <QToolBar>
 
@@ -384,6 +385,14 @@ void mainWindow::slotViewLog()
     view->setColumnWidth(1, 90);
     view->setColumnWidth(2, 370);
     showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640 + dateWidth - 130, 400));
+    // A long log brings a vertical scroll bar and wider row numbers, which
+    // the fixed width does not leave room for: widen the window by what is
+    // missing so no entry needs scrolling sideways.
+    const int needed = view->verticalHeader()->sizeHint().width() + view->horizontalHeader()->length()
+        + view->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 2 * view->frameWidth();
+    if (auto *sub = qobject_cast<QMdiSubWindow *>(view->parentWidget()))
+        if (view->width() < needed)
+            sub->resize(sub->width() + needed - view->width(), sub->height());
 }
 
 void mainWindow::slotClearLog()
