@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -160,7 +161,20 @@ void frmLogin::btLoginClicked()
             const QStringList command = QProcess::splitCommand(m_serverProgram);
             if (!command.isEmpty()) {
                 server->start(command.first(), command.mid(1));
-                server->waitForFinished(serverStartWaitMs);
+                // A command that runs the server in the foreground never ends:
+                // wait only until the server answers (even with a refusal),
+                // the command ends, or the ceiling is reached.
+                const auto answers = [&db] {
+                    if (db.open())
+                        return true;
+                    const QString code = db.lastError().nativeErrorCode();
+                    return code != QLatin1String("2002") && code != QLatin1String("2003");
+                };
+                QElapsedTimer waited;
+                waited.start();
+                while (server->state() != QProcess::NotRunning && !server->waitForFinished(150)
+                       && waited.elapsed() < serverStartWaitMs && !answers()) {
+                }
             }
             if (server->state() != QProcess::NotRunning && server->processId() != 0)
                 m_owner->setServerProcess(server);

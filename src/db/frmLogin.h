@@ -18,8 +18,8 @@ class frmLogin : public QWidget
 public:
     explicit frmLogin(mainWindow *owner);
 
-    // How long a freshly started server is given to come up. Tests shorten
-    // it; users always get the full wait.
+    // The longest a freshly started server is given to come up; the wait
+    // ends as soon as it answers. Tests shorten the ceiling.
     static int serverStartWaitMs;
 
     QLineEdit *serverEdit() const { return linServer; }
