@@ -67,7 +67,7 @@ static bool ranInChild(const QString &socket)
     if (QTest::currentDataTag())
         function += ':' + QString::fromUtf8(QTest::currentDataTag());
     QString output;
-    if (testSupport::runInChild(function, socket, 1, QFileInfo(socket).path(), &output) != 0)
+    if (testSupport::runInChild({function}, socket, 1, QFileInfo(socket).path(), &output) != 0)
         QTest::qFail(qPrintable("child process failed:\n" + output), __FILE__, __LINE__);
     return true;
 }
@@ -311,7 +311,7 @@ void tst_login::loginOverTcpOnly()
         QVERIFY(portFile.open(QIODevice::ReadOnly));
         const int port = portFile.readAll().trimmed().toInt();
         QString output;
-        if (testSupport::runInChild(QTest::currentTestFunction(), deadSocket, port, server, &output) != 0)
+        if (testSupport::runInChild({QString::fromLatin1(QTest::currentTestFunction())}, deadSocket, port, server, &output) != 0)
             QFAIL(qPrintable("child process failed:\n" + output));
         return;
     }

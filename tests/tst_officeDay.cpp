@@ -1,7 +1,13 @@
-// An office's day, end to end, in one run of the real main window on a
-// server that starts without the business database: every step goes
+// An office's day, end to end, through the real main window on a server of
+// its own that starts without the business database: every step goes
 // through the menus and forms an operator uses, and is checked on what the
 // operator sees and on what the database (or the settings file) then holds.
+//
+// The program's auto-start starts that server at each login and its exit
+// stops it again, as in an office without a server service. The client
+// library reads where the server is once per process, so the whole day runs
+// in a child process pointed at it; the parent only prepares the server's
+// folder and passes the child's verdict on.
 //
 // The steps are the private slots below, run in declaration order on one
 // shared window; each is named after what the operator does. A later step
@@ -15,20 +21,22 @@
 #include "frmLogin.h"
 #include "frmManageSelectedItem.h"
 #include "frmManageUser.h"
-#include "frmSetField.h"
-#include "frmUserChangePWD.h"
-#include "myTools.h"
 #include "frmSearchLease.h"
+#include "frmSetField.h"
 #include "frmSetPrintItem.h"
+#include "frmUserChangePWD.h"
 #include "frmViewLease.h"
 #include "gbText.h"
 #include "myTableView.h"
+#include "myTools.h"
 #include "pdfText.h"
 #include "recordFormDriver.h"
 #include "testSupport.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QDateEdit>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QFontDialog>
 #include <QHeaderView>
@@ -38,6 +46,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPrinter>
+#include <QProcess>
 #include <QRadioButton>
 #include <QSqlQuery>
 #include <QStatusBar>
@@ -58,6 +67,7 @@ const QString initialPassword = QStringLiteral("580213");
 // The column the supervisor adds to the house table, and a registration's value for it.
 const QString deedColumn = QStringLiteral("产权证号");
 const QString deedNumber = QStringLiteral("杭房权证字第0012号");
+const QString serverScript = QStringLiteral(ZELNOR_SOURCE_DIR "/scripts/local-server");
 
 // The header line, then one line per row, cells joined by "|".
 QStringList shownRows(const QTableWidget *table)
@@ -143,9 +153,14 @@ private:
     frmRegisterLease *openRecordForm() { return open<frmRegisterLease>(QStringLiteral("登记备案")); }
     // The record form on the registration, typed into its number field.
     frmRegisterLease *openRegistration(const QString &number);
-    // Ends this run of the program through 退    出 and starts the next one,
-    // whose login form the caller fills.
+    // Logs in through the open login form and checks that starting the
+    // server, where the login had to, did not take the whole ceiling.
+    void login(const QString &name, const QString &password);
+    // Ends this run of the program through 退    出, which stops the server
+    // the run started, and starts the next one, whose login form the caller fills.
     void exitAndStartAgain();
+    // 退    出: its log row is written and the server this run started stops.
+    void exitStopsTheServer();
     // What the operator sees at the status bar's right: who and at what level.
     QStringList statusLabels() const;
     // Registrations as browse lists them from the first of the year.
@@ -174,6 +189,7 @@ private:
     int m_year = 0;
     QStringList m_log; // every row the day has written so far, in order
     QStringList m_logAtBackup;
+    QString m_server; // the folder of the day's own server
     QString m_backup;       // the backup file
     QStringList m_backedUp; // what browse showed when the backup was taken
 };
@@ -182,9 +198,14 @@ void tst_officeDay::initTestCase()
 {
     testSupport::initApplication();
     QVERIFY(m_dir.isValid());
+    m_server = qEnvironmentVariable("MYSQL_HOME");
     testSupport::removeSettingsFile();
-    testSupport::resetDatabase(false);
-    appSettings::open()->setValue(QStringLiteral("Register/Region"), region);
+    auto settings = appSettings::open();
+    settings->setValue(QStringLiteral("Register/Region"), region);
+    settings->setValue(QStringLiteral("Server/Address"), QStringLiteral("localhost"));
+    settings->setValue(QStringLiteral("Server/AutoStart"), true);
+    settings->setValue(QStringLiteral("Server/AutoStop"), true);
+    settings->setValue(QStringLiteral("Server/BinDir"), QStringLiteral("\"%1\" run \"%2\"").arg(serverScript, m_server));
     m_pdf = m_dir.filePath(QStringLiteral("certificate.pdf"));
     printLayout::setPdfOutputForTests(m_pdf);
 }
@@ -240,11 +261,30 @@ frmRegisterLease *tst_officeDay::openRegistration(const QString &number)
     return form;
 }
 
-void tst_officeDay::exitAndStartAgain()
+void tst_officeDay::login(const QString &name, const QString &password)
 {
+    QElapsedTimer timer;
+    timer.start();
+    testSupport::submitLogin(m_window.get(), name, password);
+    QVERIFY2(timer.elapsed() < frmLogin::serverStartWaitMs / 2, qPrintable(QString::number(timer.elapsed())));
+}
+
+void tst_officeDay::exitStopsTheServer()
+{
+    QProcess *started = m_window->serverProcess(); // never deleted: the program keeps it for the exit
+    QVERIFY(started && started->state() == QProcess::Running);
     QVERIFY(choose("退    出"));
     QVERIFY(!m_window->isVisible());
     expectLog("退出系统");
+    QVERIFY(testSupport::waitFor([&] { return started->state() == QProcess::NotRunning; }, 10000));
+    QVERIFY(!QFile::exists(m_server + "/mysqld.pid"));
+}
+
+void tst_officeDay::exitAndStartAgain()
+{
+    exitStopsTheServer();
+    if (QTest::currentTestFailed())
+        return;
     m_window.reset(new mainWindow);
     m_window->show();
     QVERIFY(m_window->findChild<frmLogin *>());
@@ -294,8 +334,10 @@ void tst_officeDay::firstLoginCreatesTheDatabase()
              (QStringList{"关于", "帮助说明", "设置背景图片", "退    出"}));
     QVERIFY(m_window->findChild<frmLogin *>());
 
-    testSupport::submitLogin(m_window.get(), QStringLiteral("root"), QString());
+    QVERIFY(!QFile::exists(m_server + "/mysqld.pid")); // nothing runs until the login starts it
+    login(QStringLiteral("root"), QString());
     QCOMPARE(boxesSeen(), QStringList());
+    QVERIFY(m_window->serverProcess());
     m_year = m_window->workDate().year();
     QCOMPARE(statusLabels(), (QStringList{" 状态：", "第一次运行，创建数据库OK。请设置打印控制、初始化用途等选择项目。",
                                   testSupport::scalar("SELECT CURDATE()").toDate().toString("yyyy-MM-dd"),
@@ -343,7 +385,7 @@ void tst_officeDay::supervisorIsCreated()
 void tst_officeDay::supervisorLogsIn()
 {
     exitAndStartAgain();
-    testSupport::submitLogin(m_window.get(), supervisor, initialPassword);
+    login(supervisor, initialPassword);
     QCOMPARE(boxesSeen(), QStringList());
     QCOMPARE(statusLabels().mid(3), (QStringList{"操作员：" + supervisor, "权限：主管"}));
     QCOMPARE(m_window->connection().userName(), myTools::accountName(supervisor));
@@ -813,7 +855,7 @@ void tst_officeDay::passwordIsChanged()
 void tst_officeDay::oldPasswordRefusedNewOneLogsIn()
 {
     exitAndStartAgain();
-    testSupport::submitLogin(m_window.get(), supervisor, initialPassword);
+    login(supervisor, initialPassword); // the server starts, then refuses it
     QCOMPARE(m_window->statusBar()->currentMessage(), QString("登录失败，姓名或密码错误"));
     QCOMPARE(m_window->level(), 10);
     QVERIFY(m_window->findChild<frmLogin *>()); // still there for another try
@@ -851,12 +893,46 @@ void tst_officeDay::logShowsEveryStep()
 
 void tst_officeDay::exitWritesItsLogRow()
 {
-    QVERIFY(choose("退    出"));
-    QVERIFY(!m_window->isVisible());
-    expectLog("退出系统");
-    QCOMPARE(testSupport::logRows(), m_log);
+    exitStopsTheServer();
     QCOMPARE(boxesSeen(), QStringList());
+    // The program has ended; its row is read with the server started again by hand.
+    m_window.reset();
+    QCOMPARE(QProcess::execute(serverScript, {"start", m_server}), 0);
+    const bool reached = testSupport::connectAsRoot("zelnor");
+    const QStringList rows = testSupport::logRows();
+    QSqlDatabase::database().close();
+    QProcess::execute(serverScript, {"stop", m_server});
+    QVERIFY(reached);
+    QCOMPARE(rows, m_log);
 }
 
-QTEST_MAIN(tst_officeDay)
+// Prepares the day's own server folder (not running) and runs the day in a
+// child process pointed at it.
+static int runOnItsOwnServer(const QStringList &arguments)
+{
+    QTemporaryDir dir(QStringLiteral("/tmp/zelnor-day-XXXXXX"));
+    const QString server = dir.path() + QStringLiteral("/srv");
+    QFile port(server + QStringLiteral("/port"));
+    if (QProcess::execute(serverScript, {QStringLiteral("init"), server}) != 0 || !port.open(QIODevice::ReadOnly)) {
+        qCritical("cannot prepare a server in %s", qPrintable(server));
+        return 1;
+    }
+    QString output;
+    const int code = testSupport::runInChild(arguments, server + QStringLiteral("/mysqld.sock"),
+                                             port.readAll().trimmed().toInt(), server, &output);
+    fputs(output.toLocal8Bit().constData(), stdout);
+    QProcess::execute(serverScript, {QStringLiteral("stop"), server}); // only if the day failed to
+    return code;
+}
+
+int main(int argc, char *argv[])
+{
+    QApplication app(argc, argv);
+    app.setAttribute(Qt::AA_Use96Dpi, true);
+    if (!testSupport::isChild())
+        return runOnItsOwnServer(app.arguments().mid(1));
+    tst_officeDay day;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&day, argc, argv);
+}
 #include "tst_officeDay.moc"

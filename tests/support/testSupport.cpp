@@ -64,7 +64,7 @@ void initApplication()
     qputenv("MYSQL_HOME", serverDir().toLocal8Bit());
 }
 
-int runInChild(const QString &testFunction, const QString &socket, int port,
+int runInChild(const QStringList &arguments, const QString &socket, int port,
                const QString &mysqlHome, QString *output)
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -75,7 +75,7 @@ int runInChild(const QString &testFunction, const QString &socket, int port,
     QProcess child;
     child.setProcessEnvironment(env);
     child.setProcessChannelMode(QProcess::MergedChannels);
-    child.start(QCoreApplication::applicationFilePath(), {testFunction});
+    child.start(QCoreApplication::applicationFilePath(), arguments);
     if (!child.waitForFinished(60000)) {
         child.kill();
         child.waitForFinished();

@@ -27,9 +27,10 @@ QString serverDir();
 // The client library reads the socket and port variables once per process,
 // so a test that needs another server (or none) runs one test function in a
 // child process of the same program, with the variables set before it starts.
-// mysqlHome is the folder whose my.cnf the mysql tools read. Returns the
-// child's exit code; *output gets what it printed.
-int runInChild(const QString &testFunction, const QString &socket, int port,
+// The arguments are the child's command line: one test function, or several,
+// or none for the whole program. mysqlHome is the folder whose my.cnf the
+// mysql tools read. Returns the child's exit code; *output gets what it printed.
+int runInChild(const QStringList &arguments, const QString &socket, int port,
                const QString &mysqlHome, QString *output);
 bool isChild();
 QString socketPath();
