@@ -48,6 +48,7 @@
 #include <QPrinter>
 #include <QProcess>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QSqlQuery>
 #include <QStatusBar>
 #include <QTableWidget>
@@ -886,7 +887,10 @@ void tst_officeDay::logShowsEveryStep()
         QVERIFY2(view->columnWidth(c) >= asView->sizeHintForColumn(c),
                  qPrintable(QStringLiteral("column %1: %2 < %3").arg(c).arg(view->columnWidth(c))
                                 .arg(asView->sizeHintForColumn(c))));
-    QVERIFY2(testSupport::waitFor([&] { return view->horizontalHeader()->length() <= view->viewport()->width(); }),
+    QVERIFY2(testSupport::waitFor([&] {
+                 return view->horizontalHeader()->length() <= view->viewport()->width()
+                     && !view->horizontalScrollBar()->isVisible();
+             }, 2000),
              qPrintable(QStringLiteral("%1 > %2").arg(view->horizontalHeader()->length()).arg(view->viewport()->width())));
     mainWindow::closeForm(view);
 }
