@@ -862,6 +862,7 @@ void tst_officeDay::oldPasswordRefusedNewOneLogsIn()
     QVERIFY(m_window->findChild<frmLogin *>()); // still there for another try
     testSupport::submitLogin(m_window.get(), supervisor, "day-one");
     QCOMPARE(boxesSeen(), QStringList());
+    QCOMPARE(m_window->statusBar()->currentMessage(), QString()); // the refusal is over
     QCOMPARE(statusLabels().mid(3), (QStringList{"操作员：" + supervisor, "权限：主管"}));
     expectLog("登录系统");
     QCOMPARE(testSupport::logRows(), m_log);

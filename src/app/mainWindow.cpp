@@ -248,6 +248,8 @@ void mainWindow::applyBackground()
 void mainWindow::afterLogin(const QString &databaseName)
 {
     m_message->clear();
+    // A refused attempt or the server-start notice must not outlive the login.
+    statusBar()->clearMessage();
     // Close the login form itself: a help window opened before login may be
     // the active sub-window.
     for (QMdiSubWindow *sub : m_mdi->subWindowList()) {
