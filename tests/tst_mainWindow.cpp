@@ -1,6 +1,7 @@
 // The main window: actions enabled by operator level, Enter as Tab, the
 // operation log and its viewer, clearing the log, the tool bar setting.
 #include "appSettings.h"
+#include "desktopFit.h"
 #include "frmLogin.h"
 #include "mainWindow.h"
 #include "myTableView.h"
@@ -24,7 +25,11 @@ class tst_mainWindow : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { testSupport::initApplication(); }
+    void initTestCase()
+    {
+        testSupport::initApplication();
+        QVERIFY(desktopFit::installQtTranslations(qApp));
+    }
     void init()
     {
         m_boxes.reset(new modalWatcher(QMessageBox::Yes));
@@ -40,6 +45,8 @@ private slots:
     void clearLog_data();
     void clearLog();
     void clearLogFailureKeepsRows();
+    void formsOpenInside_data();
+    void formsOpenInside();
     void toolBarHiddenStaysHidden();
     void helpWindow();
     void unreadableSettingsFile();
@@ -173,6 +180,7 @@ void tst_mainWindow::clearLog()
     QCOMPARE(m_boxes->boxes.size(), 1);
     QCOMPARE(m_boxes->lastTitle(), QString("确认"));
     QCOMPARE(m_boxes->lastText(), QString("将清空业务日志，请注意数据备份。是否继续进行？"));
+    QCOMPARE(m_boxes->boxes.last().buttons, (QStringList{"是(&Y)", "否(&N)"}));
     QCOMPARE(logRows(), after);
     if (answer == QMessageBox::Yes)
         QCOMPARE(window->statusBar()->currentMessage(), QString(" OK，清空日志完成！"));
@@ -191,6 +199,34 @@ void tst_mainWindow::clearLogFailureKeepsRows()
     QCOMPARE(m_boxes->lastTitle(), QString("错误"));
     QVERIFY2(m_boxes->lastText().contains("必填"), qPrintable(m_boxes->lastText()));
     QCOMPARE(testSupport::count("log"), before);
+}
+
+void tst_mainWindow::formsOpenInside_data()
+{
+    QTest::addColumn<QString>("action");
+    for (const char *action : {"登记备案", "浏览查询", "搜索查询", "打印控制", "浏览日志", "帮助说明"})
+        QTest::newRow(action) << QString(action);
+}
+
+void tst_mainWindow::formsOpenInside()
+{
+    QFETCH(QString, action);
+    std::unique_ptr<mainWindow> window(testSupport::login());
+    // Each further window is placed lower and further right by the area.
+    for (int i = 0; i < 3; ++i)
+        for (QAction *a : window->findChildren<QAction *>())
+            if (a->text() == action)
+                a->trigger();
+    const QRect visible = window->mdiArea()->viewport()->rect();
+    QCOMPARE(window->mdiArea()->subWindowList().size(), 3);
+    for (QMdiSubWindow *sub : window->mdiArea()->subWindowList())
+        QVERIFY2(visible.contains(sub->geometry()),
+                 qPrintable(QString("%1,%2 %3x%4").arg(sub->x()).arg(sub->y()).arg(sub->width()).arg(sub->height())));
+    if (auto *view = qobject_cast<myTableView *>(window->mdiArea()->subWindowList().last()->widget())) {
+        // The date and time fit in the font in use; the other widths stay.
+        QVERIFY(view->columnWidth(0) >= static_cast<QAbstractItemView *>(view)->sizeHintForColumn(0));
+        QCOMPARE(view->columnWidth(2), 370);
+    }
 }
 
 void tst_mainWindow::toolBarHiddenStaysHidden()

@@ -2,6 +2,7 @@
 // each shows, the fee total, the comma-separated export, and opening a result
 // in the record form.
 #include "csvExport.h"
+#include "desktopFit.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
 #include "frmViewLease.h"
@@ -72,6 +73,7 @@ private slots:
     void initTestCase()
     {
         testSupport::initApplication();
+        QVERIFY(desktopFit::installQtTranslations(qApp));
         testSupport::resetDatabase();
         m_window = testSupport::login();
         QVERIFY(m_window->workDate().isValid());
@@ -240,16 +242,27 @@ private slots:
         // has listed its folder gets replaced by its proposal once the
         // listing arrives.
         QTemporaryDir dir;
+        QStringList texts;
         modalWatcher watcher;
         watcher.handler = [&](QWidget *modal) {
             auto *dialog = qobject_cast<QFileDialog *>(modal);
             QVERIFY(dialog);
+            // What the clerk sees first: the home folder, the proposed name
+            // and Qt's own dialog in Chinese.
+            texts << dialog->windowTitle() << dialog->directory().absolutePath();
+            for (const char *name : {"lookInLabel", "fileNameLabel", "fileTypeLabel"})
+                texts << dialog->findChild<QLabel *>(name)->text();
+            texts << dialog->findChild<QLineEdit *>("fileNameEdit")->text();
+            for (QAbstractButton *b : dialog->findChild<QDialogButtonBox *>()->buttons())
+                texts << b->text();
             dialog->setDirectory(dir.path());
             // QFileDialog makes accept() protected; it is QDialog's public slot.
             accept ? static_cast<QDialog *>(dialog)->accept() : dialog->reject();
         };
         form->exportButton()->click();
         QCOMPARE(watcher.boxes.size(), 1);
+        QCOMPARE(texts, (QStringList{"导出数据", QDir::homePath(), "查找范围：", "文件名称(&N)：", "文件类型：",
+                                     "mydata.csv", "保存(&S)", "取消"}));
         QCOMPARE(m_window->statusBar()->currentMessage(), message);
         QFile written(dir.filePath(QStringLiteral("mydata.csv")));
         QCOMPARE(written.open(QIODevice::ReadOnly) ? written.readAll() : QByteArray("no file"), file);

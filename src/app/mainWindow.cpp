@@ -2,6 +2,7 @@
 
 #include "appSettings.h"
 #include "dbTools.h"
+#include "desktopFit.h"
 #include "frmLogin.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
@@ -283,6 +284,7 @@ void mainWindow::openForm(QWidget *form)
     QMdiSubWindow *sub = m_mdi->addSubWindow(form);
     form->show();
     sub->show();
+    desktopFit::fitInside(sub);
     m_mdi->setActiveSubWindow(sub);
     form->setFocus();
 }
@@ -302,6 +304,7 @@ void mainWindow::showFixedWindow(QWidget *content, const QString &title, const Q
     QMdiSubWindow *sub = m_mdi->addSubWindow(content);
     sub->resize(size);
     content->show();
+    desktopFit::fitInside(sub);
 }
 
 void mainWindow::slotRegisterLease() { openForm(new frmRegisterLease(this)); }
@@ -331,9 +334,7 @@ void mainWindow::slotViewLog()
     auto *model = new QSqlQueryModel(view);
     model->setQuery(QStringLiteral("SELECT * FROM log"), m_db);
     view->setModel(model);
-    view->setColumnWidth(0, 130);
-    view->setColumnWidth(1, 90);
-    view->setColumnWidth(2, 370);
+    desktopFit::setColumnWidths(view, {130, 90, 370});
     showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640, 400));
 }
 

@@ -11,6 +11,7 @@
 #include <functional>
 
 class mainWindow;
+class QProcess;
 
 // Shared helpers for the test programs. Database tests run against the real
 // throwaway MariaDB that the CTest fixture starts (scripts/local-server).
@@ -29,6 +30,10 @@ QString serverDir();
 // child's exit code; *output gets what it printed.
 int runInChild(const QString &testFunction, const QString &socket, int port,
                const QString &mysqlHome, QString *output);
+// The same, started and left running (output channels merged); the caller
+// owns and waits for the process.
+QProcess *startChild(const QString &testFunction, const QString &socket, int port,
+                     const QString &mysqlHome);
 bool isChild();
 QString socketPath();
 int serverPort();
@@ -89,6 +94,7 @@ public:
         QString className;
         QString title;
         QString text;
+        QStringList buttons; // a message box's, as shown
     };
 
     explicit modalWatcher(QMessageBox::StandardButton answer = QMessageBox::Ok);
