@@ -9,6 +9,7 @@
 
 #include <QAction>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
@@ -126,9 +127,11 @@ void tst_mainWindow::loginAndExitAreLogged_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("level");
     QTest::addColumn<bool>("logged");
-    QTest::newRow("operator") << "周操作" << 2 << true;
+    QTest::addColumn<QString>("levelLabel");
+    QTest::newRow("主管") << "赵主管" << 1 << true << "权限：主管";
+    QTest::newRow("操作") << "周操作" << 2 << true << "权限：操作";
     // The quote breaks the log statement; the login itself must still work.
-    QTest::newRow("quote in name") << "O'Neil" << 3 << false;
+    QTest::newRow("浏览, quote in name") << "O'Neil" << 3 << false << "权限：浏览";
 }
 
 void tst_mainWindow::loginAndExitAreLogged()
@@ -136,9 +139,14 @@ void tst_mainWindow::loginAndExitAreLogged()
     QFETCH(QString, name);
     QFETCH(int, level);
     QFETCH(bool, logged);
+    QFETCH(QString, levelLabel);
     testSupport::createOperator(name, "pw", level);
     std::unique_ptr<mainWindow> window(testSupport::login(name, "pw"));
     QCOMPARE(window->level(), level);
+    QStringList labels;
+    for (QLabel *l : window->statusBar()->findChildren<QLabel *>())
+        labels << l->text();
+    QCOMPARE(labels.mid(labels.size() - 2), (QStringList{"操作员：" + name, levelLabel}));
     QCOMPARE(logRows(), logged ? QStringList{name + "|登录系统"} : QStringList());
     QVERIFY(m_boxes->boxes.isEmpty());
     if (logged) {
