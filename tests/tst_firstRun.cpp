@@ -23,7 +23,6 @@ private slots:
     }
 
     void createsDatabaseOnFirstLogin();
-    void secondLoginChangesNothing();
     void missingTemplateOrClient_data();
     void missingTemplateOrClient();
     void racingLogins();
@@ -54,19 +53,6 @@ void tst_firstRun::createsDatabaseOnFirstLogin()
     QCOMPARE(testSupport::scalar("SELECT COUNT(*) FROM information_schema.tables WHERE table_schema='zelnor' "
                                  "AND engine<>'InnoDB'").toInt(), 0);
     QCOMPARE(testSupport::scalar("SELECT 描述 FROM log").toString(), QString("登录系统"));
-}
-
-void tst_firstRun::secondLoginChangesNothing()
-{
-    { std::unique_ptr<mainWindow> first(testSupport::login()); }
-    testSupport::insertLease({"000000202600001", "2026-02-01", 150, "张三", "13800000000", "", "", ""});
-    testSupport::exec("ALTER TABLE leaseout ADD 籍贯 varchar(20)");
-    std::unique_ptr<mainWindow> second(testSupport::login());
-    QVERIFY(m_boxes->boxes.isEmpty());
-    QCOMPARE(second->messageLabel()->text(), QString());
-    QCOMPARE(testSupport::count("lease"), 1);
-    QCOMPARE(testSupport::scalar("SELECT 出方名称 FROM leaseout").toString(), QString("张三"));
-    QCOMPARE(testSupport::count("information_schema.columns WHERE table_schema='zelnor' AND column_name='籍贯'"), 1);
 }
 
 void tst_firstRun::missingTemplateOrClient_data()

@@ -34,7 +34,6 @@ private slots:
     void refusals();
     void successOpensMainWindow();
     void autoStartStartsAndStopsServer();
-    void serverAlreadyRunningIsNotStopped();
     void rememberAndForget();
 
 private:
@@ -116,14 +115,25 @@ void tst_login::refusals()
 
 void tst_login::successOpensMainWindow()
 {
+    // Auto-start and auto-stop on, but the server was already running: it
+    // is neither started nor stopped.
+    {
+        auto settings = appSettings::open();
+        settings->setValue("Server/AutoStart", true);
+        settings->setValue("Server/AutoStop", true);
+        settings->setValue("Server/BinDir", "/bin/sleep 60");
+    }
     std::unique_ptr<mainWindow> window(testSupport::login("root", ""));
     QCOMPARE(window->level(), 0);
+    QVERIFY(!window->serverProcess());
     QCOMPARE(window->statusBar()->findChildren<QLabel *>().last()->text(), QString("权限：超级用户"));
     QVERIFY(!window->findChild<frmLogin *>() || !window->findChild<frmLogin *>()->isVisible());
     QCOMPARE(window->connection().databaseName(), QString("zelnor"));
     QVERIFY(window->connection().isOpen());
     QCOMPARE(window->workDate(), testSupport::scalar("SELECT CURDATE()").toDate());
     QVERIFY(window->isMaximized());
+    window->close();
+    QVERIFY(testSupport::connectAsRoot());
 }
 
 // Starts a second, private server through the program's own auto-start,
@@ -172,21 +182,6 @@ void tst_login::autoStartStartsAndStopsServer()
     window->close();
     QCOMPARE(started->state(), QProcess::NotRunning);
     QVERIFY(!QFile::exists(server + "/mysqld.pid"));
-}
-
-void tst_login::serverAlreadyRunningIsNotStopped()
-{
-    {
-        auto settings = appSettings::open();
-        settings->setValue("Server/AutoStart", true);
-        settings->setValue("Server/AutoStop", true);
-        settings->setValue("Server/BinDir", "/bin/sleep 60");
-    }
-    std::unique_ptr<mainWindow> window(testSupport::login("root", ""));
-    QCOMPARE(window->level(), 0);
-    QVERIFY(!window->serverProcess());
-    window->close();
-    QVERIFY(testSupport::connectAsRoot());
 }
 
 void tst_login::rememberAndForget()

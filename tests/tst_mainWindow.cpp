@@ -45,7 +45,6 @@ private slots:
     void loginAndExitAreLogged();
     void clearLog_data();
     void clearLog();
-    void clearLogFailureKeepsRows();
     void formsOpenInside_data();
     void formsOpenInside();
     void toolBarHiddenStaysHidden();
@@ -168,45 +167,42 @@ void tst_mainWindow::clearLog_data()
 {
     QTest::addColumn<int>("rowsBefore");
     QTest::addColumn<int>("answer");
+    QTest::addColumn<bool>("insertFails");
     QTest::addColumn<QStringList>("after");
-    QTest::newRow("several rows") << 5 << int(QMessageBox::Yes) << QStringList{"root|清空日志"};
-    QTest::newRow("already empty") << 0 << int(QMessageBox::Yes) << QStringList{"root|清空日志"};
-    QTest::newRow("answered no") << 2 << int(QMessageBox::No) << QStringList{"x|a0", "x|a1"};
+    QTest::addColumn<QString>("told"); // status bar, or the error box's title and text
+    const QString done = " OK，清空日志完成！";
+    QTest::newRow("several rows") << 5 << int(QMessageBox::Yes) << false << QStringList{"root|清空日志"} << done;
+    QTest::newRow("already empty") << 0 << int(QMessageBox::Yes) << false << QStringList{"root|清空日志"} << done;
+    QTest::newRow("answered no") << 2 << int(QMessageBox::No) << false << QStringList{"x|a0", "x|a1"} << "";
+    // The delete succeeds, the insert of the record row then fails: the
+    // transaction must bring the deleted rows back. (Qt's Chinese catalogue
+    // translates the driver's part of the text too.)
+    QTest::newRow("record row fails") << 2 << int(QMessageBox::Yes) << true << QStringList{"x|a0", "x|a1"}
+                                      << "错误|Field '必填' doesn't have a default value QMYSQL: 无法执行查询";
 }
 
 void tst_mainWindow::clearLog()
 {
     QFETCH(int, rowsBefore);
     QFETCH(int, answer);
+    QFETCH(bool, insertFails);
     QFETCH(QStringList, after);
+    QFETCH(QString, told);
     std::unique_ptr<mainWindow> window(testSupport::login());
     testSupport::exec("DELETE FROM log");
+    if (insertFails)
+        QVERIFY(testSupport::exec("ALTER TABLE log ADD 必填 int NOT NULL"));
     for (int i = 0; i < rowsBefore; ++i)
-        testSupport::exec(QString("INSERT INTO log SET 日期=NOW(),用户='x',描述='a%1'").arg(i));
+        testSupport::exec(QString("INSERT INTO log SET 日期=NOW(),用户='x',描述='a%1'%2").arg(i).arg(insertFails ? ",必填=0" : ""));
     m_boxes->answer = QMessageBox::StandardButton(answer);
+    window->statusBar()->clearMessage();
     window->slotClearLog();
-    QCOMPARE(m_boxes->boxes.size(), 1);
-    QCOMPARE(m_boxes->lastTitle(), QString("确认"));
-    QCOMPARE(m_boxes->lastText(), QString("将清空业务日志，请注意数据备份。是否继续进行？"));
-    QCOMPARE(m_boxes->boxes.last().buttons, (QStringList{"是(&Y)", "否(&N)"}));
+    QCOMPARE(m_boxes->boxes.first().title, QString("确认"));
+    QCOMPARE(m_boxes->boxes.first().text, QString("将清空业务日志，请注意数据备份。是否继续进行？"));
+    QCOMPARE(m_boxes->boxes.first().buttons, (QStringList{"是(&Y)", "否(&N)"}));
     QCOMPARE(logRows(), after);
-    if (answer == QMessageBox::Yes)
-        QCOMPARE(window->statusBar()->currentMessage(), QString(" OK，清空日志完成！"));
-}
-
-void tst_mainWindow::clearLogFailureKeepsRows()
-{
-    std::unique_ptr<mainWindow> window(testSupport::login());
-    // The delete succeeds, the insert of the record row then fails: the
-    // transaction must bring the deleted rows back.
-    QVERIFY(testSupport::exec("ALTER TABLE log ADD 必填 int NOT NULL"));
-    const int before = testSupport::count("log");
-    QVERIFY(before > 0);
-    window->slotClearLog();
-    QCOMPARE(m_boxes->boxes.size(), 2);
-    QCOMPARE(m_boxes->lastTitle(), QString("错误"));
-    QVERIFY2(m_boxes->lastText().contains("必填"), qPrintable(m_boxes->lastText()));
-    QCOMPARE(testSupport::count("log"), before);
+    QCOMPARE(m_boxes->boxes.size() > 1 ? m_boxes->lastTitle() + "|" + m_boxes->lastText()
+                                       : window->statusBar()->currentMessage(), told);
 }
 
 void tst_mainWindow::formsOpenInside_data()

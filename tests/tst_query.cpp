@@ -166,33 +166,16 @@ private slots:
                  (QStringList{"房屋坐落|楼层", "和平路12号|1", "解放路3号|1", "人民路12a号|1"}));
     }
 
-    void apostrophe_data()
-    {
-        QTest::addColumn<QString>("cell");
-        QTest::addColumn<bool>("marked");
-        QTest::newRow("6 digits") << "123456" << false;
-        QTest::newRow("7 digits") << "1234567" << true;
-        QTest::newRow("negative of 7") << "-123456" << true;
-        QTest::newRow("decimal of 7") << "12.5000" << true;
-        QTest::newRow("letter inside, 7") << "12a4567" << false;
-        QTest::newRow("two points") << "1.2.3456" << false;
-    }
-
-    void apostrophe()
-    {
-        QFETCH(QString, cell);
-        QFETCH(bool, marked);
-        QCOMPARE(csvExport::needsApostrophe(cell), marked);
-    }
-
     void csvBytes()
     {
         // Cells typed as the query helper types them: text, numbers, dates.
-        QTableWidget table(2, 4);
+        // Seven characters or more of an optional minus, digits and one
+        // point get an apostrophe; six, a letter or a second point do not.
+        QTableWidget table(3, 4);
         table.setHorizontalHeaderLabels({"登记编号", "出方名称", "收费金额", "登记日期"});
-        // (1,1) stays without an item: an empty cell.
+        // (1,1) and the end of the last row stay without items: empty cells.
         const QVariantList cells{"370102202600001", "张伟,€", 1234567, QDate(2026, 1, 5),
-                                 "123456", QVariant(), -12.5, -1234.5};
+                                 "123456", QVariant(), -12.5, -1234.5, "12a4567", "1.2.3456"};
         for (int i = 0; i < cells.size(); ++i) {
             if (cells[i].isValid()) {
                 auto *item = new QTableWidgetItem;
@@ -210,7 +193,7 @@ private slots:
         QCOMPARE(file.readAll(), QByteArray("\xb5\xc7\xbc\xc7\xb1\xe0\xba\xc5,\xb3\xf6\xb7\xbd\xc3\xfb\xb3\xc6,"
                                             "\xca\xd5\xb7\xd1\xbd\xf0\xb6\xee,\xb5\xc7\xbc\xc7\xc8\xd5\xc6\xda\n"
                                             "'370102202600001,\xd5\xc5\xce\xb0,\xa2\xe3,'1234567,2026-01-05\n"
-                                            "123456,,-12.5,'-1234.5\n"));
+                                            "123456,,-12.5,'-1234.5\n12a4567,1.2.3456,,\n"));
         QString error;
         QVERIFY(!csvExport::write(table.model(), QStringLiteral("/nonexistent-dir/x.csv"), &error));
         QVERIFY(!error.isEmpty());
