@@ -103,6 +103,7 @@ void tst_mainWindow::enterMovesLikeTab()
     window.show();
     QVERIFY(QTest::qWaitForWindowActive(&window));
     auto *form = window.findChild<frmLogin *>();
+    QCOMPARE(form->size().expandedTo(form->minimumSizeHint()), form->size()); // opened before the window had a size
     form->serverEdit()->setFocus();
     QTest::keyClick(form->serverEdit(), Qt::Key_Return);
     QVERIFY(testSupport::waitFor([&] { return form->nameBox()->hasFocus() || form->nameBox()->lineEdit()->hasFocus(); }));

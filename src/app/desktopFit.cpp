@@ -26,12 +26,12 @@ bool installQtTranslations(QCoreApplication *app)
 
 void fitInside(QMdiSubWindow *sub)
 {
+    // Before the main window is first shown the area has no size of its own
+    // yet (the login form opens then); it places that one at its top left.
     QMdiArea *area = sub->mdiArea();
-    if (!area)
+    if (!area || !area->isVisible())
         return;
     const QRect visible = area->viewport()->rect();
-    if (visible.isEmpty())
-        return;
     QRect frame = sub->geometry();
     frame.setWidth(qMin(frame.width(), visible.width()));
     frame.setHeight(qMin(frame.height(), visible.height()));
