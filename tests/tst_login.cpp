@@ -2,10 +2,14 @@
 // refusals, no server, and starting a local server on demand.
 #include "appSettings.h"
 #include "frmLogin.h"
+#include "frmManageServer.h"
 #include "mainWindow.h"
 #include "testSupport.h"
 
+#include <QAction>
+#include <QCheckBox>
 #include <QComboBox>
+#include <QRadioButton>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
@@ -13,6 +17,7 @@
 #include <QPushButton>
 #include <QSqlQuery>
 #include <QStatusBar>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -35,6 +40,9 @@ private slots:
     void successOpensMainWindow();
     void autoStartStartsAndStopsServer();
     void rememberAndForget();
+    void serverDialog_data();
+    void serverDialog();
+    void loginOverTcpOnly();
 
 private:
     std::unique_ptr<modalWatcher> m_boxes;
@@ -214,6 +222,118 @@ void tst_login::rememberAndForget()
             b->click();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(window->mdiArea()->subWindowList().isEmpty());
+}
+
+// Opens the server dialog through its menu action, as a 主管 would.
+static frmManageServer *openServerDialog(mainWindow *window)
+{
+    window->setLevel(1);
+    testSupport::menuAction(window, "配置服务器")->trigger();
+    return window->findChild<frmManageServer *>();
+}
+
+void tst_login::serverDialog_data()
+{
+    QTest::addColumn<QByteArray>("stored"); // [Server] lines before opening
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("shown"); // checked button; file, start, stop enabled; save enabled
+    QTest::addColumn<QStringList>("written");
+    QTest::newRow("no settings file") << QByteArray() << "" << "本机 111 0"
+        << QStringList{"Address=localhost", "BinDir=./mysql/bin/mysqld.exe", "AutoStart=false", "AutoStop=false"};
+    QTest::newRow("mixed-case LocalHost") << QByteArray("Address=LocalHost\nAutoStop=true") << "" << "本机 111 0"
+                                          << QStringList{"Address=localhost", "AutoStop=true"};
+    QTest::newRow("stored remote") << QByteArray("Address=10.1.2.3\nBinDir=/opt/db\nAutoStart=true") << ""
+        << "远程 000 0" << QStringList{"Address=10.1.2.3", "BinDir=/opt/db", "AutoStart=true"};
+    // The typed address is kept; the disabled local-only values are still written.
+    QTest::newRow("choosing 远程") << QByteArray("AutoStart=true") << "remote" << "远程 000 1"
+                                 << QStringList{"Address=county-db", "AutoStart=true"};
+    QTest::newRow("cancelled chooser empties the file") << QByteArray() << "chooser" << "本机 111 1"
+                                                      << QStringList{"BinDir="};
+    QTest::newRow("auto-stop") << QByteArray() << "autostop" << "本机 111 1" << QStringList{"AutoStop=true"};
+    QTest::newRow("address alone does not enable saving") << QByteArray("Address=db1") << "address"
+                                                          << "远程 000 0" << QStringList{"Address=db2"};
+}
+
+void tst_login::serverDialog()
+{
+    QFETCH(QByteArray, stored);
+    QFETCH(QString, action);
+    QFETCH(QString, shown);
+    QFETCH(QStringList, written);
+    if (!stored.isEmpty()) {
+        QFile file(testSupport::settingsPath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[Server]\n" + stored + "\n");
+    }
+    std::unique_ptr<mainWindow> window(new mainWindow);
+    window->show();
+    frmManageServer *form = openServerDialog(window.get());
+    QVERIFY(!form->saveButton()->isEnabled());
+    if (action == "remote") {
+        form->remoteButton()->click();
+        form->addressEdit()->setText("county-db");
+    } else if (action == "chooser") {
+        form->selectFileButton()->click();
+        QCOMPARE(m_boxes->lastTitle(), QString("选择MYSQL服务器文件："));
+        m_boxes->boxes.clear();
+    } else if (action == "autostop") {
+        form->autoStopBox()->click();
+    } else if (action == "address") {
+        form->addressEdit()->setText("db2");
+    }
+    const bool local = form->localButton()->isChecked();
+    QCOMPARE(local, !form->remoteButton()->isChecked());
+    QCOMPARE(QString("%1 %2%3%4 %5").arg(local ? "本机" : "远程").arg(form->fileEdit()->isEnabled())
+                 .arg(form->autoStartBox()->isEnabled()).arg(form->autoStopBox()->isEnabled())
+                 .arg(form->saveButton()->isEnabled()), shown);
+
+    form->btSaveClicked();
+    QVERIFY(!form->saveButton()->isEnabled());
+    QCOMPARE(window->autoStop(), form->autoStopBox()->isChecked());
+    // What another program would read: the bytes on disk, not this process's cache.
+    QFile file(testSupport::settingsPath());
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    for (const QString &line : written)
+        QVERIFY2(lines.contains(line.toUtf8()), qPrintable(line));
+    QVERIFY(m_boxes->boxes.isEmpty());
+}
+
+// A branch office: the dialog points the program at a server reached over
+// TCP only (127.0.0.1 with a port of its own, no socket).
+void tst_login::loginOverTcpOnly()
+{
+    const QString script = QStringLiteral(ZELNOR_SOURCE_DIR "/scripts/local-server");
+    if (!testSupport::isChild()) {
+        QTemporaryDir dir("/tmp/zelnor-tcp-XXXXXX");
+        const QString server = dir.path() + "/srv";
+        const auto stop = qScopeGuard([&] { QProcess::execute(script, {"stop", server}); });
+        QCOMPARE(QProcess::execute(script, {"start", server}), 0);
+        QFile portFile(server + "/port");
+        QVERIFY(portFile.open(QIODevice::ReadOnly));
+        const int port = portFile.readAll().trimmed().toInt();
+        QString output;
+        if (testSupport::runInChild(QTest::currentTestFunction(), deadSocket, port, server, &output) != 0)
+            QFAIL(qPrintable("child process failed:\n" + output));
+        return;
+    }
+    std::unique_ptr<mainWindow> window(new mainWindow);
+    frmManageServer *form = openServerDialog(window.get());
+    form->remoteButton()->click();
+    form->addressEdit()->setText("127.0.0.1");
+    form->saveButton()->click();
+
+    window.reset(new mainWindow); // its login form reads the saved server
+    window->show();
+    auto *login = window->findChild<frmLogin *>();
+    QVERIFY(!login->serverEdit()->isVisible());
+    login->nameBox()->setEditText("root");
+    login->loginButton()->click();
+    QCOMPARE(window->level(), 0);
+    QCOMPARE(window->connection().hostName(), QString("127.0.0.1"));
+    QCOMPARE(testSupport::scalar("SELECT @@port").toInt(), qEnvironmentVariableIntValue("MYSQL_TCP_PORT"));
+    QVERIFY(testSupport::count("information_schema.tables WHERE table_schema='zelnor'") >= 5);
+    QVERIFY2(m_boxes->boxes.isEmpty(), qPrintable(m_boxes->lastText()));
 }
 
 QTEST_MAIN(tst_login)

@@ -13,13 +13,11 @@
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QMenuBar>
 #include <QPushButton>
 #include <QStatusBar>
 #include <QStyledItemDelegate>
 #include <QTextEdit>
 #include <QToolBar>
-#include <QSqlQuery>
 #include <QtTest>
 
 class tst_mainWindow : public QObject
@@ -55,17 +53,6 @@ private:
     std::unique_ptr<modalWatcher> m_boxes;
 };
 
-static QStringList enabledActions(mainWindow *w)
-{
-    QStringList names;
-    for (QAction *menu : w->menuBar()->actions())
-        for (QAction *a : menu->menu()->actions())
-            if (!a->isSeparator() && a->isEnabled())
-                names << a->text();
-    names.sort();
-    return names;
-}
-
 void tst_mainWindow::levelEnabling_data()
 {
     QTest::addColumn<int>("level");
@@ -90,7 +77,7 @@ void tst_mainWindow::levelEnabling()
     mainWindow window;
     window.setLevel(level);
     enabled.sort();
-    QCOMPARE(enabledActions(&window), enabled);
+    QCOMPARE(testSupport::enabledActions(&window), enabled);
     // The tool bar holds the same action objects.
     for (QAction *a : window.findChild<QToolBar *>()->actions())
         if (!a->isSeparator())
@@ -111,15 +98,6 @@ void tst_mainWindow::enterMovesLikeTab()
     QTest::keyClick(form->passwordEdit(), Qt::Key_Enter);
     QVERIFY(testSupport::waitFor([&] { return form->loginButton()->hasFocus(); }));
     QCOMPARE(window.level(), 10); // Enter moved on; it did not log in
-}
-
-static QStringList logRows()
-{
-    QStringList rows;
-    QSqlQuery q("SELECT 用户, 描述 FROM log");
-    while (q.next())
-        rows << q.value(0).toString() + "|" + q.value(1).toString();
-    return rows;
 }
 
 void tst_mainWindow::loginAndExitAreLogged_data()
@@ -147,7 +125,7 @@ void tst_mainWindow::loginAndExitAreLogged()
     for (QLabel *l : window->statusBar()->findChildren<QLabel *>())
         labels << l->text();
     QCOMPARE(labels.mid(labels.size() - 2), (QStringList{"操作员：" + name, levelLabel}));
-    QCOMPARE(logRows(), logged ? QStringList{name + "|登录系统"} : QStringList());
+    QCOMPARE(testSupport::logRows(), logged ? QStringList{name + "|登录系统"} : QStringList());
     QVERIFY(m_boxes->boxes.isEmpty());
     if (logged) {
         // The viewer shows the row, its server time as yyyy-MM-dd hh:mm:ss.
@@ -161,7 +139,7 @@ void tst_mainWindow::loginAndExitAreLogged()
     }
     window->close();
     testSupport::connectAsRoot("zelnor");
-    QCOMPARE(logRows(), logged ? (QStringList{name + "|登录系统", name + "|退出系统"}) : QStringList());
+    QCOMPARE(testSupport::logRows(), logged ? (QStringList{name + "|登录系统", name + "|退出系统"}) : QStringList());
 }
 
 void tst_mainWindow::clearLog_data()
@@ -201,7 +179,7 @@ void tst_mainWindow::clearLog()
     QCOMPARE(m_boxes->boxes.first().title, QString("确认"));
     QCOMPARE(m_boxes->boxes.first().text, QString("将清空业务日志，请注意数据备份。是否继续进行？"));
     QCOMPARE(m_boxes->boxes.first().buttons, (QStringList{"是(&Y)", "否(&N)"}));
-    QCOMPARE(logRows(), after);
+    QCOMPARE(testSupport::logRows(), after);
     QCOMPARE(m_boxes->boxes.size() > 1 ? m_boxes->lastTitle() + "|" + m_boxes->lastText()
                                        : window->statusBar()->currentMessage(), told);
 }

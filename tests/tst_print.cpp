@@ -7,78 +7,20 @@
 #include "gbText.h"
 #include "mainWindow.h"
 #include "objPrint.h"
+#include "pdfText.h"
 #include "testSupport.h"
 
 #include <QLineEdit>
 #include <QPrinter>
 #include <QPrinterInfo>
-#include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QRegularExpression>
 #include <QStatusBar>
 #include <QTableWidget>
 #include <QTemporaryDir>
-#include <QTextDocumentFragment>
 #include <QtTest>
 
 namespace {
-
-struct pdfWord {
-    QString text;
-    QRectF box; // points, origin at the page's top-left
-};
-
-struct pdfPage {
-    QSizeF size;
-    QList<pdfWord> words;
-};
-
-QList<pdfPage> readPdf(const QString &path)
-{
-    QProcess tool;
-    tool.start(QStringLiteral("pdftotext"), {QStringLiteral("-bbox"), path, QStringLiteral("-")});
-    tool.waitForFinished(20000);
-    static const QRegularExpression tag(
-        QStringLiteral("<page width=\"([\\d.]+)\" height=\"([\\d.]+)\">|"
-                       "<word xMin=\"([\\d.]+)\" yMin=\"([\\d.]+)\" xMax=\"([\\d.]+)\" yMax=\"([\\d.]+)\">(.*?)</word>"));
-    QList<pdfPage> pages;
-    auto it = tag.globalMatch(QString::fromUtf8(tool.readAllStandardOutput()));
-    while (it.hasNext()) {
-        const QRegularExpressionMatch m = it.next();
-        if (!m.captured(1).isEmpty())
-            pages.append(pdfPage{QSizeF(m.captured(1).toDouble(), m.captured(2).toDouble()), {}});
-        else if (!pages.isEmpty())
-            pages.last().words.append(pdfWord{QTextDocumentFragment::fromHtml(m.captured(7)).toPlainText(),
-                                              QRectF(QPointF(m.captured(3).toDouble(), m.captured(4).toDouble()),
-                                                     QPointF(m.captured(5).toDouble(), m.captured(6).toDouble()))});
-    }
-    return pages;
-}
-
-QString allText(const pdfPage &page)
-{
-    QString text;
-    for (const pdfWord &w : page.words)
-        text += w.text;
-    return text;
-}
-
-// Where a text stands on the page. pdftotext may cut a line of Chinese into
-// several words; the texts looked for never share a character, so the words
-// that are pieces of it make it up.
-QRectF find(const pdfPage &page, const QString &text)
-{
-    QString joined;
-    QRectF box;
-    for (const pdfWord &w : page.words) {
-        if (text.contains(w.text)) {
-            joined += w.text;
-            box |= w.box;
-        }
-    }
-    return joined == text ? box : QRectF();
-}
 
 // The stored items, then the page setup in one string, as another program
 // would read them. QSettings keeps one parsed copy per path and process, so
@@ -144,19 +86,6 @@ void storeLayout(const QStringList &items, const QString &page = "A4|1|30|60")
         settings->setValue(QStringLiteral("PrintItems/%1").arg(n), items[n]);
 }
 
-// The text is on the page, inside box (points), at the top, placed as the alignment asks.
-void checkInBox(const pdfPage &page, const QString &text, const QRectF &box, const QString &alignment)
-{
-    const QRectF found = find(page, text);
-    QString where;
-    QDebug(&where) << text << "found" << found << "box" << box << "page" << allText(page);
-    QVERIFY2(box.adjusted(-1, -1, 1, 1).contains(found), qPrintable(where));
-    QVERIFY2(found.top() - box.top() < 6, qPrintable(where)); // top of the box, not centred vertically
-    const double off = alignment == "居中" ? found.center().x() - box.center().x()
-                       : alignment == "居右" ? found.right() - box.right() : found.left() - box.left();
-    QVERIFY2(qAbs(off) < 2, qPrintable(where));
-}
-
 } // namespace
 
 class tst_print : public QObject
@@ -178,7 +107,7 @@ private slots:
 
 private:
     frmSetPrintItem *openForm();
-    QList<pdfPage> printNumber(const QString &number, bool &printed);
+    QList<pdfText::page> printNumber(const QString &number, bool &printed);
 
     QTemporaryDir m_dir;
     QString m_pdf;
@@ -220,12 +149,12 @@ frmSetPrintItem *tst_print::openForm()
     return form;
 }
 
-QList<pdfPage> tst_print::printNumber(const QString &number, bool &printed)
+QList<pdfText::page> tst_print::printNumber(const QString &number, bool &printed)
 {
     objPrint job;
     job.setPrintNumber(number);
     printed = job.printRecord();
-    return QFile::exists(m_pdf) ? readPdf(m_pdf) : QList<pdfPage>();
+    return QFile::exists(m_pdf) ? pdfText::read(m_pdf) : QList<pdfText::page>();
 }
 
 void tst_print::editedLayoutSavedAndReadBack()
@@ -320,12 +249,12 @@ void tst_print::itemLandsInItsBox()
     storeLayout({layoutItem}, page);
     modalWatcher watcher;
     bool printed = false;
-    const QList<pdfPage> pages = printNumber(numberB, printed);
+    const QList<pdfText::page> pages = printNumber(numberB, printed);
     QVERIFY(printed && watcher.boxes.isEmpty());
     QCOMPARE(pages.size(), 1);
     QTEST(pages[0].size.toSize(), "paper");
-    QCOMPARE(allText(pages[0]), text); // and nothing of the other registration
-    checkInBox(pages[0], text, QRectF(margins + at * m_k, QSizeF(300 * m_k, 40 * m_k)), layoutItem.section('\t', 4, 4));
+    QCOMPARE(pdfText::allText(pages[0]), text); // and nothing of the other registration
+    pdfText::checkInBox(pages[0], text, QRectF(margins + at * m_k, QSizeF(300 * m_k, 40 * m_k)), layoutItem.section('\t', 4, 4));
 }
 
 void tst_print::printOutcome_data()
@@ -366,13 +295,13 @@ void tst_print::printOutcome()
         storeLayout(items);
     modalWatcher watcher;
     bool printed = false;
-    const QList<pdfPage> pages = printNumber(number, printed);
+    const QList<pdfText::page> pages = printNumber(number, printed);
     QTEST(printed, "printed");
     QCOMPARE(watcher.boxes.size(), message.isEmpty() ? 0 : 1);
     QCOMPARE(watcher.lastTitle() + watcher.lastText(), message.isEmpty() ? QString() : "错误" + message);
     QCOMPARE(pages.size(), printed ? 1 : 0);
-    for (const pdfPage &page : pages) {
-        QTEST(allText(page), "text");
+    for (const pdfText::page &page : pages) {
+        QTEST(pdfText::allText(page), "text");
         QCOMPARE(page.size.toSize(), QSize(842, 595));
     }
 }
@@ -394,13 +323,13 @@ void tst_print::testPrintUsesUnsavedTable()
     form->btPrintClicked();
     QVERIFY(watcher.boxes.isEmpty());
     QCOMPARE(m_window->statusBar()->currentMessage(), QString("打印完成。"));
-    const QList<pdfPage> pages = readPdf(m_pdf);
+    const QList<pdfText::page> pages = pdfText::read(m_pdf);
     QCOMPARE(pages.size(), 1);
     QCOMPARE(pages[0].size.toSize(), QSize(420, 595));
-    QCOMPARE(allText(pages[0]), QString("李四壹仟伍佰零伍元整"));
-    checkInBox(pages[0], "李四", QRectF(50 + 200 * m_k, 10 + 100 * m_k, 300 * m_k, 40 * m_k), "居右");
-    checkInBox(pages[0], "壹仟伍佰零伍元整", QRectF(50, 10 + 300 * m_k, 400 * m_k, 40 * m_k), "居左");
-    QVERIFY2(find(pages[0], "李四").height() > 20, "not the 24-point font of the cell");
+    QCOMPARE(pdfText::allText(pages[0]), QString("李四壹仟伍佰零伍元整"));
+    pdfText::checkInBox(pages[0], "李四", QRectF(50 + 200 * m_k, 10 + 100 * m_k, 300 * m_k, 40 * m_k), "居右");
+    pdfText::checkInBox(pages[0], "壹仟伍佰零伍元整", QRectF(50, 10 + 300 * m_k, 400 * m_k, 40 * m_k), "居左");
+    QVERIFY2(pdfText::find(pages[0], "李四").height() > 20, "not the 24-point font of the cell");
     // The stored layout is untouched by a test print.
     QCOMPARE(printLayout::load().items.value(0).expression, QString("出方名称"));
 }

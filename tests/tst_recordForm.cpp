@@ -305,9 +305,7 @@ private slots:
         click(form, "确定");
         QCOMPARE(m_window->statusBar()->currentMessage(), QString("数据保存OK."));
         const auto row = [](const QString &columns, const QString &table, const QString &number) {
-            const QString key = table == "lease" ? "CONCAT(地区,年度*100000+编号)" : "登记编号";
-            return testSupport::scalar("SELECT CONCAT_WS('|'," + columns + ") FROM " + table + " WHERE " + key + "='"
-                                       + number + "'").toString();
+            return testSupport::registrationRow(table, columns, number);
         };
         const QString registered = m_window->workDate().toString("yyyy-MM-dd");
         QCOMPARE(row("登记日期,有效日起,有效日止,收费金额", "lease", number), registered + "|2025-03-01|2026-02-28|200");

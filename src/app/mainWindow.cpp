@@ -1,12 +1,20 @@
 #include "mainWindow.h"
 
 #include "appSettings.h"
+#include "dataBackup.h"
 #include "dbTools.h"
 #include "desktopFit.h"
+#include "frmClearData.h"
 #include "frmLogin.h"
+#include "frmManageSelectedItem.h"
+#include "frmManageServer.h"
+#include "frmManageUser.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
+#include "frmSetBackground.h"
+#include "frmSetField.h"
 #include "frmSetPrintItem.h"
+#include "frmUserChangePWD.h"
 #include "frmViewLease.h"
 #include "gbText.h"
 #include "myTableView.h"
@@ -16,6 +24,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QFileDialog>
 #include <QHeaderView>
 #include <QInputDialog>
 #include <QKeyEvent>
@@ -312,21 +321,55 @@ void mainWindow::slotViewLease() { openForm(new frmViewLease(this)); }
 void mainWindow::slotSearchLease() { openForm(new frmSearchLease(this)); }
 void mainWindow::slotSetPrintItem() { openForm(new frmSetPrintItem(this)); }
 
-void mainWindow::notAvailable(const QString &what)
+void mainWindow::slotClearData() { openForm(new frmClearData(this)); }
+void mainWindow::slotUserChangePWD() { openForm(new frmUserChangePWD(this)); }
+void mainWindow::slotManageUser() { openForm(new frmManageUser(this)); }
+void mainWindow::slotSetField() { openForm(new frmSetField(this)); }
+void mainWindow::slotManageSelectedItem() { openForm(new frmManageSelectedItem(this)); }
+void mainWindow::slotSetBackground() { openForm(new frmSetBackground(this)); }
+void mainWindow::slotManageServer() { openForm(new frmManageServer(this)); }
+
+void mainWindow::slotBackupData()
 {
+    const QDate today = m_workDate.isValid() ? m_workDate : QDate::currentDate();
+    QString name = QFileDialog::getSaveFileName(
+        this, QStringLiteral("备份业务数据"),
+        m_db.databaseName() + today.toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".sda"),
+        QStringLiteral("压缩格式 (*.sda);;文本格式 (*.sql)"));
+    if (name.isEmpty())
+        return;
+    statusBar()->showMessage(QStringLiteral("正在备份数据……"));
+    statusBar()->repaint(); // the dump blocks the event loop
+    name = dataBackup::withExtension(name);
+    QString problem;
+    if (!dataBackup::backup(m_db, name, &problem)) {
+        statusBar()->clearMessage();
+        QMessageBox::critical(this, QStringLiteral("错误"), problem);
+        return;
+    }
     QApplication::beep();
-    statusBar()->showMessage(QStringLiteral("“") + what + QStringLiteral("”功能尚未提供。"), 3000);
+    statusBar()->showMessage(QStringLiteral(" 信息：数据备份完成！"), 1000);
 }
 
-void mainWindow::slotBackupData() { notAvailable(actBackupData->text()); }
-void mainWindow::slotRestoreData() { notAvailable(actRestoreData->text()); }
-void mainWindow::slotClearData() { notAvailable(actClearData->text()); }
-void mainWindow::slotUserChangePWD() { notAvailable(actUserChangePWD->text()); }
-void mainWindow::slotManageUser() { notAvailable(actManageUser->text()); }
-void mainWindow::slotSetField() { notAvailable(actSetField->text()); }
-void mainWindow::slotManageSelectedItem() { notAvailable(actManageSelectedItem->text()); }
-void mainWindow::slotSetBackground() { notAvailable(actSetBackground->text()); }
-void mainWindow::slotManageServer() { notAvailable(actManageServer->text()); }
+void mainWindow::slotRestoreData()
+{
+    const QString name = QFileDialog::getOpenFileName(this, QStringLiteral("打开备份数据文件："),
+                                                      QStringLiteral("."),
+                                                      QStringLiteral("压缩格式 (*.sda);;文本格式 (*.sql)"));
+    if (name.isEmpty())
+        return;
+    statusBar()->showMessage(QStringLiteral(" 信息：正在恢复数据……"));
+    statusBar()->repaint();
+    QString problem;
+    if (!dataBackup::restore(m_db, name, &problem)) {
+        statusBar()->clearMessage();
+        QMessageBox::critical(this, QStringLiteral("错误"), problem);
+        return;
+    }
+    operationLog::write(m_operatorName, QStringLiteral("恢复数据"));
+    QApplication::beep();
+    statusBar()->showMessage(QStringLiteral(" 信息：数据恢复完成，请重新登录！"), 2000);
+}
 
 void mainWindow::slotViewLog()
 {
@@ -334,8 +377,11 @@ void mainWindow::slotViewLog()
     auto *model = new QSqlQueryModel(view);
     model->setQuery(QStringLiteral("SELECT * FROM log"), m_db);
     view->setModel(model);
+    // The fixed widths were measured for a narrow system font; a wider CJK
+    // font needs more for the date and time, and the window grows by as much
+    // so the descriptions stay whole.
     desktopFit::setColumnWidths(view, {130, 90, 370});
-    showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640, 400));
+    showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640 + view->columnWidth(0) - 130, 400));
 }
 
 void mainWindow::slotClearLog()

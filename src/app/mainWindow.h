@@ -89,7 +89,6 @@ private:
     void createToolBar();
     void createStatusBar();
     void readSettings();
-    void notAvailable(const QString &what);
     // A plain widget (log table, help text) in a sub-window of a fixed size.
     void showFixedWindow(QWidget *content, const QString &title, const QSize &size);
     void stopStartedServer();

@@ -103,19 +103,19 @@ bool runInTransaction(QSqlDatabase &db, const QStringList &statements, QSqlError
         *error = db.lastError();
         return false;
     }
-    QSqlError first;
+    QSqlError failure;
     for (const QString &sql : statements) {
         QSqlQuery query(db);
-        if (!query.exec(sql) && first.type() == QSqlError::NoError)
-            first = query.lastError();
+        if (!query.exec(sql))
+            failure = query.lastError();
     }
-    if (first.type() == QSqlError::NoError) {
+    if (failure.type() == QSqlError::NoError) {
         if (db.commit())
             return true;
-        first = db.lastError();
+        failure = db.lastError();
     }
     db.rollback();
-    *error = first;
+    *error = failure;
     return false;
 }
 

@@ -28,12 +28,12 @@ firstRun ensureDatabase(QSqlDatabase &db, const QString &databaseName, const QSt
                         const QString &operatorName, QLabel *messageLabel);
 
 // Runs a multi-statement save as one transaction. Every statement is run even
-// after one failed, so the server judges the whole save, and the first
-// failure is the one reported. Commits only when all succeeded; the result of
+// after one failed, so the server judges the whole save; each failure
+// replaces the one before, so the last is the one reported. Commits only when all succeeded; the result of
 // transaction() and commit() is checked too, because a connection lost before
 // the commit must never be reported as saved. Schema and account statements
 // commit on their own and are not undone by the rollback.
-// Returns true when committed; otherwise *error holds the first failure.
+// Returns true when committed; otherwise *error holds the last failure.
 bool runInTransaction(QSqlDatabase &db, const QStringList &statements, QSqlError *error);
 
 } // namespace dbTools

@@ -442,8 +442,6 @@ void frmRegisterLease::btYesClicked()
         return;
     }
     QApplication::beep();
-    // The operator corrects the form from the top, so the first refusal is
-    // the one put into words.
     const registrationSql::refusal message = registrationSql::saveErrorMessage(error.databaseText());
     QMessageBox::critical(this, QStringLiteral("错误"), message.text);
     if (message.focusNumber)

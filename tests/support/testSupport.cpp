@@ -4,13 +4,17 @@
 #include "frmLogin.h"
 #include "mainWindow.h"
 #include "myTools.h"
+#include "operatorSql.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QProcess>
 #include <QPushButton>
 #include <QSqlError>
@@ -187,31 +191,35 @@ void insertLease(const leaseRow &row)
         exec(QStringLiteral("INSERT leasehouse SET 登记编号='%1',房屋坐落=%2").arg(n, quotedOrNull(row.location)));
 }
 
+QString registrationRow(const QString &table, const QString &columns, const QString &number)
+{
+    const QString key = table == QLatin1String("lease") ? QStringLiteral("CONCAT(地区,年度*100000+编号)")
+                                                        : QStringLiteral("登记编号");
+    return scalar(QStringLiteral("SELECT CONCAT_WS('|',") + columns + QStringLiteral(") FROM ") + table
+                  + QStringLiteral(" WHERE ") + key + QStringLiteral("='") + number + QLatin1Char('\''))
+        .toString();
+}
+
 void createOperator(const QString &displayName, const QString &password, int level)
 {
     const QString account = myTools::accountName(displayName);
-    const QString who = QStringLiteral("'") + account + QStringLiteral("'@'%'");
-    exec(QStringLiteral("CREATE USER ") + who + QStringLiteral(" IDENTIFIED BY '") + password + QLatin1Char('\''));
-    // Operators read mysql.db with their own account to learn their level.
-    exec(QStringLiteral("GRANT SELECT ON mysql.* TO ") + who);
-    switch (level) {
-    case 1:
-        exec(QStringLiteral("GRANT ALL ON zelnor.* TO ") + who + QStringLiteral(" WITH GRANT OPTION"));
-        break;
-    case 2:
-        exec(QStringLiteral("GRANT ALL ON zelnor.* TO ") + who);
-        break;
-    default:
-        exec(QStringLiteral("GRANT Select,Insert,Update,Delete,Lock Tables,Create,Create Temporary Tables,"
-                            "Show View,Create View,Alter,Index,Drop ON zelnor.* TO ") + who);
-        break;
-    }
+    QStringList statements = operatorSql::grantStatements(
+        account, operatorSql::levelTexts().value(3 - level), QStringLiteral("zelnor"));
+    statements << operatorSql::setPasswordSql(account, QStringLiteral("%"), password);
+    for (const QString &sql : statements)
+        exec(sql);
 }
 
 mainWindow *login(const QString &name, const QString &password)
 {
     auto *window = new mainWindow;
     window->show();
+    submitLogin(window, name, password);
+    return window;
+}
+
+void submitLogin(mainWindow *window, const QString &name, const QString &password)
+{
     auto *form = window->findChild<frmLogin *>();
     if (!form)
         qFatal("no login form");
@@ -219,7 +227,46 @@ mainWindow *login(const QString &name, const QString &password)
     form->nameBox()->setEditText(name);
     form->passwordEdit()->setText(password);
     form->loginButton()->click();
-    return window;
+}
+
+static QList<QAction *> menuActions(const QMainWindow *window)
+{
+    QList<QAction *> actions;
+    for (QAction *menu : window->menuBar()->actions()) {
+        if (!menu->menu())
+            continue;
+        for (QAction *a : menu->menu()->actions())
+            if (!a->isSeparator())
+                actions << a;
+    }
+    return actions;
+}
+
+QAction *menuAction(const QMainWindow *window, const QString &text)
+{
+    for (QAction *a : menuActions(window))
+        if (a->text() == text)
+            return a;
+    return nullptr;
+}
+
+QStringList enabledActions(const QMainWindow *window)
+{
+    QStringList names;
+    for (QAction *a : menuActions(window))
+        if (a->isEnabled())
+            names << a->text();
+    names.sort();
+    return names;
+}
+
+QStringList logRows()
+{
+    QStringList rows;
+    QSqlQuery q(QStringLiteral("SELECT 用户, 描述 FROM log"));
+    while (q.next())
+        rows << q.value(0).toString() + QLatin1Char('|') + q.value(1).toString();
+    return rows;
 }
 
 bool waitFor(const std::function<bool()> &done, int ms)

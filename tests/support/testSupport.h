@@ -10,6 +10,8 @@
 #include <QVariant>
 #include <functional>
 
+class QAction;
+class QMainWindow;
 class mainWindow;
 class QProcess;
 
@@ -74,10 +76,23 @@ struct leaseRow {
     QString location;
 };
 void insertLease(const leaseRow &row);
+// The given columns of one registration's row in one of the four tables,
+// joined by "|" (CONCAT_WS: NULLs left out); empty when there is no row.
+QString registrationRow(const QString &table, const QString &columns, const QString &number);
 
 // Builds the main window and logs in through its real login form with host
 // "localhost". The caller owns the window.
 mainWindow *login(const QString &name = QStringLiteral("root"), const QString &password = QString());
+// Fills the open login form of a shown window and presses 登录(&L).
+void submitLogin(mainWindow *window, const QString &name, const QString &password);
+
+// The menu-bar action with exactly this text, or nullptr.
+QAction *menuAction(const QMainWindow *window, const QString &text);
+// Texts of the usable menu-bar actions, sorted.
+QStringList enabledActions(const QMainWindow *window);
+
+// The log table as "用户|描述", in the order the server returns it.
+QStringList logRows();
 
 // Processes events for up to ms milliseconds, or until done() is true.
 bool waitFor(const std::function<bool()> &done, int ms = 5000);

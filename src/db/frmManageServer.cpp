@@ -1,0 +1,124 @@
+#include "frmManageServer.h"
+
+#include "appSettings.h"
+#include "mainWindow.h"
+
+#include <QCheckBox>
+#include <QFileDialog>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+frmManageServer::frmManageServer(mainWindow *owner)
+    : QWidget(owner), m_owner(owner)
+{
+    setWindowTitle(QStringLiteral("配置服务器"));
+    setAttribute(Qt::WA_DeleteOnClose);
+
+    rbLocal = new QRadioButton(QStringLiteral("本机(&L)"));
+    rbRemote = new QRadioButton(QStringLiteral("远程(&N)"));
+    linAddress = new QLineEdit;
+    auto *lblAddress = new QLabel(QStringLiteral("地址："));
+    lblAddress->setBuddy(linAddress);
+    linFile = new QLineEdit;
+    linFile->setMinimumWidth(280); // room for a full server program path
+    auto *lblFile = new QLabel(QStringLiteral("文件："));
+    lblFile->setBuddy(linFile);
+    btSelectFile = new QPushButton(QStringLiteral("选择mysqld.exe文件"));
+    chkAutoStart = new QCheckBox(QStringLiteral("随程序启动"));
+    chkAutoStop = new QCheckBox(QStringLiteral("随程序关闭"));
+    btSave = new QPushButton(QStringLiteral("保存(&S)"));
+    btExit = new QPushButton(QStringLiteral("退出(&E)"));
+
+    auto *grid = new QGridLayout;
+    auto *where = new QHBoxLayout;
+    where->addWidget(rbLocal);
+    where->addWidget(rbRemote);
+    where->addStretch();
+    grid->addLayout(where, 0, 1);
+    grid->addWidget(lblAddress, 1, 0);
+    grid->addWidget(linAddress, 1, 1);
+    grid->addWidget(lblFile, 2, 0);
+    grid->addWidget(linFile, 2, 1);
+    auto *fileRow = new QHBoxLayout;
+    fileRow->addStretch();
+    fileRow->addWidget(btSelectFile);
+    grid->addLayout(fileRow, 3, 1);
+    auto *checks = new QHBoxLayout;
+    checks->addWidget(chkAutoStart);
+    checks->addWidget(chkAutoStop);
+    checks->addStretch();
+    grid->addLayout(checks, 4, 1);
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(btSave);
+    buttons->addWidget(btExit);
+    auto *layout = new QVBoxLayout(this);
+    layout->addLayout(grid);
+    layout->addStretch();
+    layout->addLayout(buttons);
+
+    {
+        auto settings = appSettings::open();
+        linAddress->setText(settings->value(QStringLiteral("Server/Address"), QStringLiteral("localhost")).toString());
+        linFile->setText(
+            settings->value(QStringLiteral("Server/BinDir"), QStringLiteral("./mysql/bin/mysqld.exe")).toString());
+        chkAutoStart->setChecked(settings->value(QStringLiteral("Server/AutoStart"), false).toBool());
+        chkAutoStop->setChecked(settings->value(QStringLiteral("Server/AutoStop"), false).toBool());
+    }
+    if (linAddress->text().toUpper() == QLatin1String("LOCALHOST"))
+        rbLocal->setChecked(true);
+    else
+        rbRemote->setChecked(true);
+    localHandle();
+    btSave->setEnabled(false);
+
+    connect(btExit, &QPushButton::clicked, this, &frmManageServer::btExitClicked);
+    connect(btSave, &QPushButton::clicked, this, &frmManageServer::btSaveClicked);
+    connect(rbLocal, &QRadioButton::clicked, this, &frmManageServer::localHandle);
+    connect(rbRemote, &QRadioButton::clicked, this, &frmManageServer::localHandle);
+    connect(btSelectFile, &QPushButton::clicked, this, &frmManageServer::btSelectFileClicked);
+    connect(chkAutoStart, &QCheckBox::stateChanged, this, &frmManageServer::setBtSaveEnabeld);
+    connect(chkAutoStop, &QCheckBox::stateChanged, this, &frmManageServer::setBtSaveEnabeld);
+    connect(linFile, &QLineEdit::textChanged, this, &frmManageServer::setBtSaveEnabeld);
+}
+
+void frmManageServer::btExitClicked() { mainWindow::closeForm(this); }
+
+void frmManageServer::btSaveClicked()
+{
+    {
+        auto settings = appSettings::open();
+        settings->setValue(QStringLiteral("/Server/Address"), linAddress->text());
+        settings->setValue(QStringLiteral("/Server/BinDir"), linFile->text());
+        settings->setValue(QStringLiteral("/Server/AutoStart"), chkAutoStart->isChecked());
+        settings->setValue(QStringLiteral("/Server/AutoStop"), chkAutoStop->isChecked());
+    }
+    m_owner->setAutoStop(chkAutoStop->isChecked());
+    btSave->setEnabled(false);
+}
+
+void frmManageServer::localHandle()
+{
+    const bool local = rbLocal->isChecked();
+    if (local)
+        linAddress->setText(QStringLiteral("localhost"));
+    linFile->setEnabled(local);
+    chkAutoStart->setEnabled(local);
+    chkAutoStop->setEnabled(local);
+    btSave->setEnabled(true);
+}
+
+void frmManageServer::setBtSaveEnabeld() { btSave->setEnabled(true); }
+
+void frmManageServer::btSelectFileClicked()
+{
+    // Cancelling gives an empty name, which empties the field on purpose:
+    // that is how an operator clears the server program.
+    linFile->setText(QFileDialog::getOpenFileName(this, QStringLiteral("选择MYSQL服务器文件："),
+                                                  QStringLiteral("."), QStringLiteral("mysqld.exe")));
+}
