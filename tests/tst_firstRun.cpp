@@ -4,6 +4,7 @@
 #include "testSupport.h"
 
 #include <QLabel>
+#include <QProcess>
 #include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -17,13 +18,14 @@ private slots:
     {
         m_boxes.reset(new modalWatcher);
         testSupport::removeSettingsFile();
-        testSupport::resetDatabase(false);
+        if (!testSupport::isChild())
+            testSupport::resetDatabase(false);
     }
 
     void createsDatabaseOnFirstLogin();
-    void secondLoginChangesNothing();
     void missingTemplateOrClient_data();
     void missingTemplateOrClient();
+    void racingLogins();
 
 private:
     std::unique_ptr<modalWatcher> m_boxes;
@@ -51,19 +53,6 @@ void tst_firstRun::createsDatabaseOnFirstLogin()
     QCOMPARE(testSupport::scalar("SELECT COUNT(*) FROM information_schema.tables WHERE table_schema='zelnor' "
                                  "AND engine<>'InnoDB'").toInt(), 0);
     QCOMPARE(testSupport::scalar("SELECT 描述 FROM log").toString(), QString("登录系统"));
-}
-
-void tst_firstRun::secondLoginChangesNothing()
-{
-    { std::unique_ptr<mainWindow> first(testSupport::login()); }
-    testSupport::insertLease({"000000202600001", "2026-02-01", 150, "张三", "13800000000", "", "", ""});
-    testSupport::exec("ALTER TABLE leaseout ADD 籍贯 varchar(20)");
-    std::unique_ptr<mainWindow> second(testSupport::login());
-    QVERIFY(m_boxes->boxes.isEmpty());
-    QCOMPARE(second->messageLabel()->text(), QString());
-    QCOMPARE(testSupport::count("lease"), 1);
-    QCOMPARE(testSupport::scalar("SELECT 出方名称 FROM leaseout").toString(), QString("张三"));
-    QCOMPARE(testSupport::count("information_schema.columns WHERE table_schema='zelnor' AND column_name='籍贯'"), 1);
 }
 
 void tst_firstRun::missingTemplateOrClient_data()
@@ -107,6 +96,45 @@ void tst_firstRun::missingTemplateOrClient()
     window.reset(testSupport::login());
     QCOMPARE(window->level(), 0);
     QCOMPARE(tables().size(), 5);
+}
+
+// Two workstations log in to a fresh server at the same moment: both find no
+// database, both try to create it. The loser must neither fill it a second
+// time nor drop the winner's work.
+void tst_firstRun::racingLogins()
+{
+    if (!testSupport::isChild()) {
+        // Holding the global read lock makes both CREATE DATABASE statements
+        // wait after both checks found nothing; releasing it lets them race.
+        QVERIFY(testSupport::exec("FLUSH TABLES WITH READ LOCK"));
+        std::unique_ptr<QProcess> one(testSupport::startChild({"racingLogins"}, testSupport::socketPath(),
+                                                              testSupport::serverPort(), testSupport::serverDir()));
+        std::unique_ptr<QProcess> two(testSupport::startChild({"racingLogins"}, testSupport::socketPath(),
+                                                              testSupport::serverPort(), testSupport::serverDir()));
+        const bool bothWaiting = testSupport::waitFor(
+            [] { return testSupport::count("information_schema.processlist WHERE info LIKE 'CREATE DATABASE%'") == 2; },
+            30000);
+        testSupport::exec("UNLOCK TABLES");
+        QVERIFY(bothWaiting);
+        QVERIFY(one->waitForFinished(60000) && two->waitForFinished(60000));
+        const QString output = QString::fromLocal8Bit(one->readAll() + two->readAll());
+        QVERIFY2(one->exitCode() == 0 && two->exitCode() == 0, qPrintable(output));
+        QCOMPARE(output.count("won the race"), 1);
+        QCOMPARE(output.count("lost the race"), 1);
+        QCOMPARE(tables(), (QStringList{"lease", "leasehouse", "leasein", "leaseout", "log"}));
+        return;
+    }
+    std::unique_ptr<mainWindow> window(testSupport::login());
+    if (window->level() == 0) {
+        QCOMPARE(window->messageLabel()->text(),
+                 QString("第一次运行，创建数据库OK。请设置打印控制、初始化用途等选择项目。"));
+        qInfo("won the race");
+    } else {
+        QCOMPARE(m_boxes->boxes.size(), 1);
+        QCOMPARE(m_boxes->lastTitle(), QString("错误"));
+        QCOMPARE(m_boxes->lastText(), QString("另一台工作站正在创建数据库zelnor，请稍候重新登录。"));
+        qInfo("lost the race");
+    }
 }
 
 QTEST_MAIN(tst_firstRun)

@@ -10,7 +10,6 @@
 
 #include <QAction>
 #include <QComboBox>
-#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -33,8 +32,6 @@ private slots:
     void accountName();
     void levelFromGrants_data();
     void levelFromGrants();
-    void loginShowsLevel_data();
-    void loginShowsLevel();
     void operatorLifeCycle_data();
     void operatorLifeCycle();
 
@@ -118,39 +115,6 @@ void tst_operators::levelFromGrants()
     QVERIFY(testSupport::exec(grant.arg(QString("'%1'@'%'").arg(account))));
     QCOMPARE(myTools().operatorLevel(account, "zelnor"), level);
     QCOMPARE(myTools().operatorLevel("root", "no_such_db"), 0);
-}
-
-void tst_operators::loginShowsLevel_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("level");
-    QTest::addColumn<QString>("label");
-    QTest::newRow("root") << "root" << 0 << "权限：超级用户";
-    QTest::newRow("主管") << "赵主管" << 1 << "权限：主管";
-    QTest::newRow("操作") << "钱操作" << 2 << "权限：操作";
-    QTest::newRow("浏览") << "孙浏览" << 3 << "权限：浏览";
-}
-
-void tst_operators::loginShowsLevel()
-{
-    QFETCH(QString, name);
-    QFETCH(int, level);
-    QFETCH(QString, label);
-    QString password;
-    if (name != "root") {
-        password = "pw-" + QString::number(level);
-        testSupport::createOperator(name, password, level);
-    }
-    std::unique_ptr<mainWindow> window(testSupport::login(name, password));
-    QCOMPARE(window->level(), level);
-    QCOMPARE(window->operatorName(), name);
-    QCOMPARE(window->connection().userName(), myTools::accountName(name));
-    QStringList labels;
-    for (QLabel *l : window->statusBar()->findChildren<QLabel *>())
-        labels << l->text();
-    QVERIFY2(labels.contains(label), qPrintable(labels.join('|')));
-    QVERIFY2(labels.contains("操作员：" + name), qPrintable(labels.join('|')));
-
 }
 
 void tst_operators::operatorLifeCycle_data()

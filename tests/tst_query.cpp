@@ -2,6 +2,7 @@
 // each shows, the fee total, the comma-separated export, and opening a result
 // in the record form.
 #include "csvExport.h"
+#include "desktopFit.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
 #include "frmViewLease.h"
@@ -72,6 +73,7 @@ private slots:
     void initTestCase()
     {
         testSupport::initApplication();
+        QVERIFY(desktopFit::installQtTranslations(qApp));
         testSupport::resetDatabase();
         m_window = testSupport::login();
         QVERIFY(m_window->workDate().isValid());
@@ -164,33 +166,16 @@ private slots:
                  (QStringList{"房屋坐落|楼层", "和平路12号|1", "解放路3号|1", "人民路12a号|1"}));
     }
 
-    void apostrophe_data()
-    {
-        QTest::addColumn<QString>("cell");
-        QTest::addColumn<bool>("marked");
-        QTest::newRow("6 digits") << "123456" << false;
-        QTest::newRow("7 digits") << "1234567" << true;
-        QTest::newRow("negative of 7") << "-123456" << true;
-        QTest::newRow("decimal of 7") << "12.5000" << true;
-        QTest::newRow("letter inside, 7") << "12a4567" << false;
-        QTest::newRow("two points") << "1.2.3456" << false;
-    }
-
-    void apostrophe()
-    {
-        QFETCH(QString, cell);
-        QFETCH(bool, marked);
-        QCOMPARE(csvExport::needsApostrophe(cell), marked);
-    }
-
     void csvBytes()
     {
         // Cells typed as the query helper types them: text, numbers, dates.
-        QTableWidget table(2, 4);
+        // Seven characters or more of an optional minus, digits and one
+        // point get an apostrophe; six, a letter or a second point do not.
+        QTableWidget table(3, 4);
         table.setHorizontalHeaderLabels({"登记编号", "出方名称", "收费金额", "登记日期"});
-        // (1,1) stays without an item: an empty cell.
+        // (1,1) and the end of the last row stay without items: empty cells.
         const QVariantList cells{"370102202600001", "张伟,€", 1234567, QDate(2026, 1, 5),
-                                 "123456", QVariant(), -12.5, -1234.5};
+                                 "123456", QVariant(), -12.5, -1234.5, "12a4567", "1.2.3456"};
         for (int i = 0; i < cells.size(); ++i) {
             if (cells[i].isValid()) {
                 auto *item = new QTableWidgetItem;
@@ -208,7 +193,7 @@ private slots:
         QCOMPARE(file.readAll(), QByteArray("\xb5\xc7\xbc\xc7\xb1\xe0\xba\xc5,\xb3\xf6\xb7\xbd\xc3\xfb\xb3\xc6,"
                                             "\xca\xd5\xb7\xd1\xbd\xf0\xb6\xee,\xb5\xc7\xbc\xc7\xc8\xd5\xc6\xda\n"
                                             "'370102202600001,\xd5\xc5\xce\xb0,\xa2\xe3,'1234567,2026-01-05\n"
-                                            "123456,,-12.5,'-1234.5\n"));
+                                            "123456,,-12.5,'-1234.5\n12a4567,1.2.3456,,\n"));
         QString error;
         QVERIFY(!csvExport::write(table.model(), QStringLiteral("/nonexistent-dir/x.csv"), &error));
         QVERIFY(!error.isEmpty());
@@ -240,16 +225,27 @@ private slots:
         // has listed its folder gets replaced by its proposal once the
         // listing arrives.
         QTemporaryDir dir;
+        QStringList texts;
         modalWatcher watcher;
         watcher.handler = [&](QWidget *modal) {
             auto *dialog = qobject_cast<QFileDialog *>(modal);
             QVERIFY(dialog);
+            // What the clerk sees first: the home folder, the proposed name
+            // and Qt's own dialog in Chinese.
+            texts << dialog->windowTitle() << dialog->directory().absolutePath();
+            for (const char *name : {"lookInLabel", "fileNameLabel", "fileTypeLabel"})
+                texts << dialog->findChild<QLabel *>(name)->text();
+            texts << dialog->findChild<QLineEdit *>("fileNameEdit")->text();
+            for (QAbstractButton *b : dialog->findChild<QDialogButtonBox *>()->buttons())
+                texts << b->text();
             dialog->setDirectory(dir.path());
             // QFileDialog makes accept() protected; it is QDialog's public slot.
             accept ? static_cast<QDialog *>(dialog)->accept() : dialog->reject();
         };
         form->exportButton()->click();
         QCOMPARE(watcher.boxes.size(), 1);
+        QCOMPARE(texts, (QStringList{"导出数据", QDir::homePath(), "查找范围：", "文件名称(&N)：", "文件类型：",
+                                     "mydata.csv", "保存(&S)", "取消"}));
         QCOMPARE(m_window->statusBar()->currentMessage(), message);
         QFile written(dir.filePath(QStringLiteral("mydata.csv")));
         QCOMPARE(written.open(QIODevice::ReadOnly) ? written.readAll() : QByteArray("no file"), file);

@@ -7,6 +7,9 @@
 #include "testSupport.h"
 
 #include <QDateEdit>
+#include <QProcess>
+#include <QSqlError>
+#include <QSqlQuery>
 #include <QStatusBar>
 #include <QtTest>
 #include <memory>
@@ -69,7 +72,7 @@ class tst_recordForm : public QObject
 
 private slots:
     void initTestCase() { testSupport::initApplication(); }
-    void init() { testSupport::resetDatabase(); }
+    void init() { testSupport::resetDatabase(); } // in a child: on its private server
     void cleanup() { m_window.reset(); }
 
     void followsSchemaChanges_data()
@@ -399,6 +402,62 @@ private slots:
         QCOMPARE(watcher.boxes.size(), 1);
         QCOMPARE(form->mode(), QString("正常"));
         QCOMPARE(tableCounts(), QString(taken ? "2/2/2/2/3" : "1/1/1/1/2"));
+    }
+
+    // The server dies after every statement of a save went through and
+    // before the commit: the operator must be told, never "数据保存OK.", and
+    // after a restart nothing of the registration may be there. Runs on a
+    // private server, since this one is killed.
+    void serverLostBeforeCommit()
+    {
+        const QString script = QStringLiteral(ZELNOR_SOURCE_DIR "/scripts/local-server");
+        if (!testSupport::isChild()) {
+            QTemporaryDir dir("/tmp/zelnor-commit-XXXXXX");
+            const QString server = dir.path() + "/srv";
+            QCOMPARE(QProcess::execute(script, {"start", server}), 0);
+            QFile port(server + "/port");
+            QVERIFY(port.open(QIODevice::ReadOnly));
+            QString output;
+            const int code = testSupport::runInChild({"serverLostBeforeCommit"}, server + "/mysqld.sock",
+                                                     port.readAll().trimmed().toInt(), server, &output);
+            QProcess::execute(script, {"stop", server});
+            QVERIFY2(code == 0, qPrintable(output));
+            return;
+        }
+        const QString server = qEnvironmentVariable("MYSQL_HOME");
+        frmRegisterLease *form = login();
+        click(form, "增加");
+        fillRequired(form);
+        // A backup stage that blocks commits lets the statements through and
+        // holds the commit until the server is killed.
+        {
+            QSqlDatabase backup = QSqlDatabase::addDatabase("QMYSQL", "backup");
+            backup.setHostName("localhost");
+            backup.setUserName("root");
+            QVERIFY(backup.open());
+            QSqlQuery stage(backup);
+            for (const char *step : {"START", "FLUSH", "BLOCK_DDL", "BLOCK_COMMIT"})
+                QVERIFY2(stage.exec(QString("BACKUP STAGE ") + step), qPrintable(stage.lastError().text()));
+        }
+        QFile pidFile(server + "/mysqld.pid");
+        QVERIFY(pidFile.open(QIODevice::ReadOnly));
+        const QString pid = QString::fromLatin1(pidFile.readAll().trimmed());
+        QProcess::startDetached("/bin/sh", {"-c", "sleep 2; kill -9 " + pid});
+        modalWatcher watcher;
+        click(form, "确定");
+        QCOMPARE(watcher.boxes.size(), 1);
+        QCOMPARE(watcher.lastTitle(), QString("错误"));
+        QVERIFY2(watcher.lastText().contains("Lost connection"), qPrintable(watcher.lastText()));
+        QVERIFY(m_window->statusBar()->currentMessage() != "数据保存OK.");
+        QCOMPARE(form->mode(), QString("增加"));
+
+        // The killed server's pid file is left behind and its process may not
+        // be reaped yet; the start command would take it as still running.
+        QFile::remove(server + "/mysqld.pid");
+        QCOMPARE(QProcess::execute(script, {"start", server}), 0);
+        QVERIFY(testSupport::connectAsRoot("zelnor"));
+        QCOMPARE(tableCounts().section('/', 0, 3), QString("0/0/0/0"));
+        QCOMPARE(testSupport::count("log WHERE 描述 LIKE '增加%'"), 0);
     }
 };
 

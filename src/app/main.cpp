@@ -1,3 +1,4 @@
+#include "desktopFit.h"
 #include "mainWindow.h"
 
 #include <QApplication>
@@ -8,6 +9,7 @@ int main(int argc, char *argv[])
     QApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ZELNOR"));
     QCoreApplication::setApplicationVersion(QStringLiteral("1.2.1"));
+    desktopFit::installQtTranslations(&app);
     // Sources are UTF-8 and Qt 5 reads literals as UTF-8. GB18030 is used
     // explicitly where files and account names need it (gbText); making it
     // the locale codec here would encode file names and process arguments in

@@ -3,6 +3,7 @@
 #include "appSettings.h"
 #include "dataBackup.h"
 #include "dbTools.h"
+#include "desktopFit.h"
 #include "frmClearData.h"
 #include "frmLogin.h"
 #include "frmManageSelectedItem.h"
@@ -295,6 +296,7 @@ void mainWindow::openForm(QWidget *form)
     QMdiSubWindow *sub = m_mdi->addSubWindow(form);
     form->show();
     sub->show();
+    desktopFit::fitInside(sub);
     m_mdi->setActiveSubWindow(sub);
     form->setFocus();
 }
@@ -314,6 +316,7 @@ void mainWindow::showFixedWindow(QWidget *content, const QString &title, const Q
     QMdiSubWindow *sub = m_mdi->addSubWindow(content);
     sub->resize(size);
     content->show();
+    desktopFit::fitInside(sub);
 }
 
 void mainWindow::slotRegisterLease() { openForm(new frmRegisterLease(this)); }
@@ -377,24 +380,18 @@ void mainWindow::slotViewLog()
     auto *model = new QSqlQueryModel(view);
     model->setQuery(QStringLiteral("SELECT * FROM log"), m_db);
     view->setModel(model);
-    // 130 pixels were measured for a narrow system font; with a wider CJK
-    // font they cut the time of day off every entry, so never less than the
-    // date and time need, and the window grows by as much so the
-    // descriptions stay whole.
-    view->resizeColumnToContents(0);
-    const int dateWidth = qMax(130, view->columnWidth(0));
-    view->setColumnWidth(0, dateWidth);
-    view->setColumnWidth(1, 90);
-    view->setColumnWidth(2, 370);
-    showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(640 + dateWidth - 130, 400));
-    // A long log brings a vertical scroll bar and wider row numbers, which
-    // the fixed width does not leave room for: widen the window by what is
-    // missing so no entry needs scrolling sideways.
+    // The fixed widths were measured for a narrow system font; a wider CJK
+    // font needs more for the date and time, and the window grows by as much
+    // so the descriptions stay whole.
+    desktopFit::setColumnWidths(view, {130, 90, 370});
+    // A long log brings a vertical scroll bar and wider row numbers, which the
+    // fixed width leaves no room for: never narrower than the columns, the
+    // row numbers, a scroll bar and the frames need, so no entry needs
+    // scrolling sideways.
     const int needed = view->verticalHeader()->sizeHint().width() + view->horizontalHeader()->length()
-        + view->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 2 * view->frameWidth();
-    if (auto *sub = qobject_cast<QMdiSubWindow *>(view->parentWidget()))
-        if (view->width() < needed)
-            sub->resize(sub->width() + needed - view->width(), sub->height());
+        + view->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 2 * view->frameWidth()
+        + 2 * m_mdi->style()->pixelMetric(QStyle::PM_MdiSubWindowFrameWidth);
+    showFixedWindow(view, QStringLiteral("浏览业务日志"), QSize(qMax(640 + view->columnWidth(0) - 130, needed), 400));
 }
 
 void mainWindow::slotClearLog()

@@ -62,11 +62,18 @@ firstRun ensureDatabase(QSqlDatabase &db, const QString &databaseName, const QSt
     query.exec(QStringLiteral("SHOW DATABASES LIKE '") + databaseName + QStringLiteral("';"));
     if (!query.next()) {
         messageLabel->setText(QStringLiteral("正在从模板恢复创建数据库……"));
-        query.exec(QStringLiteral("CREATE DATABASE ") + databaseName
-                   + QStringLiteral(" DEFAULT CHARACTER SET utf8 COLLATE utf8_general_ci"));
+        const bool created = query.exec(QStringLiteral("CREATE DATABASE ") + databaseName
+                                        + QStringLiteral(" DEFAULT CHARACTER SET utf8 COLLATE utf8_general_ci"));
         db.setDatabaseName(databaseName); // effective at the next open
         QString problem;
-        if (runScript(db, scriptPath, &problem)) {
+        if (!created && query.lastError().nativeErrorCode() == QLatin1String("1007")) {
+            // Another workstation created it since the check above and is
+            // filling it now: neither run the template over its work nor drop it.
+            messageLabel->clear();
+            QMessageBox::critical(nullptr, QStringLiteral("错误"),
+                                  QStringLiteral("另一台工作站正在创建数据库%1，请稍候重新登录。").arg(databaseName));
+            result = firstRun::Failed;
+        } else if (runScript(db, scriptPath, &problem)) {
             // Runs on the connection still opened on "mysql" before the
             // operator name is known; like every log writer it may fail quietly.
             query.exec(operationLog::insertSql(operatorName, QStringLiteral("建立模型")));
@@ -76,7 +83,9 @@ firstRun ensureDatabase(QSqlDatabase &db, const QString &databaseName, const QSt
         } else {
             // An empty database would be found at the next login and never
             // filled; remove the one just made so the next login tries again.
-            query.exec(QStringLiteral("DROP DATABASE ") + databaseName);
+            // One this run did not make is someone else's to keep.
+            if (created)
+                query.exec(QStringLiteral("DROP DATABASE ") + databaseName);
             messageLabel->clear();
             QMessageBox::critical(nullptr, QStringLiteral("错误"),
                                   QStringLiteral("无法从模板创建数据库：%1。请检查后重新登录。").arg(problem));

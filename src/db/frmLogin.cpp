@@ -105,6 +105,51 @@ void frmLogin::rememberServer()
         appSettings::open()->setValue(QStringLiteral("Server/Address"), linServer->text());
 }
 
+// On Linux the client reports 2002 both for a missing socket and for a TCP
+// host with nothing listening; both mean no server answered.
+static bool noServerAnswered(const QSqlError &error)
+{
+    const QString code = error.nativeErrorCode();
+    return code == QLatin1String("2002") || code == QLatin1String("2003");
+}
+
+// Any answer counts, a refusal of the account included: the server is up and
+// the real attempt will report the refusal.
+static bool serverAnswers(const QSqlDatabase &db)
+{
+    const QString name = QStringLiteral("zelnorServerProbe");
+    bool answered = false;
+    {
+        QSqlDatabase probe = QSqlDatabase::addDatabase(QStringLiteral("QMYSQL"), name);
+        probe.setHostName(db.hostName());
+        probe.setDatabaseName(db.databaseName());
+        probe.setUserName(db.userName());
+        probe.setPassword(db.password());
+        answered = probe.open() || !noServerAnswered(probe.lastError());
+        probe.close();
+    }
+    QSqlDatabase::removeDatabase(name);
+    return answered;
+}
+
+void frmLogin::waitForServer(QProcess *server)
+{
+    // The server program on Windows never exits, so a fixed wait was all one
+    // could do there. Here the wait ends as soon as the server answers or the
+    // start command is over (it failed, or it started the server in the
+    // background and returned); the ceiling stays for a server that is slow.
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < serverStartWaitMs && server->state() != QProcess::NotRunning) {
+        if (serverAnswers(m_owner->connection()))
+            return;
+        if (server->waitForFinished(150))
+            return;
+        // Keep the window painted; clicks wait until the login is over.
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    }
+}
+
 int frmLogin::attemptOpen()
 {
     QSqlDatabase &db = m_owner->connection();
@@ -117,9 +162,7 @@ int frmLogin::attemptOpen()
         cbxName->setFocus();
         return -1;
     }
-    // On Linux the client reports 2002 both for a missing socket and for a
-    // TCP host with nothing listening; both mean no server answered.
-    if (code == QLatin1String("2002") || code == QLatin1String("2003"))
+    if (noServerAnswered(db.lastError()))
         return 0;
     QApplication::beep();
     m_owner->messageLabel()->setText(db.lastError().text());
@@ -129,13 +172,29 @@ int frmLogin::attemptOpen()
 
 void frmLogin::btLoginClicked()
 {
+    // The status bar is repainted during the server wait; a second login
+    // started from there would start a second server and run the post-login
+    // initialisation twice.
+    if (m_loggingIn)
+        return;
+    m_loggingIn = true;
+    const bool opened = openConnection() == 1;
+    m_loggingIn = false;
+    // The post-login initialisation closes this form, which may then be
+    // deleted before the call returns: nothing of it may be touched after.
+    if (opened)
+        m_owner->afterLogin(QStringLiteral("zelnor"));
+}
+
+int frmLogin::openConnection()
+{
     // The client library logs in as the operating-system user when the user
     // name is empty; an empty name must be refused like a wrong one instead.
     if (cbxName->currentText().isEmpty()) {
         QApplication::beep();
         m_owner->statusBar()->showMessage(QStringLiteral("登录失败，姓名或密码错误"), 2000);
         cbxName->setFocus();
-        return;
+        return -1;
     }
     const QString account = myTools::accountName(cbxName->currentText());
 
@@ -155,26 +214,14 @@ void frmLogin::btLoginClicked()
     if (r == 0) {
         if (linServer->text().toUpper() == QLatin1String("LOCALHOST") && m_autoStart) {
             m_owner->statusBar()->showMessage(QStringLiteral("正在启动mysql数据库，请稍等……"), 3000);
-            QApplication::processEvents(); // let the message show before the wait
             // Never destroyed: destroying the process object would kill the server.
             auto *server = new QProcess;
             const QStringList command = QProcess::splitCommand(m_serverProgram);
             if (!command.isEmpty()) {
                 server->start(command.first(), command.mid(1));
-                // A command that runs the server in the foreground never ends:
-                // wait only until the server answers (even with a refusal),
-                // the command ends, or the ceiling is reached.
-                const auto answers = [&db] {
-                    if (db.open())
-                        return true;
-                    const QString code = db.lastError().nativeErrorCode();
-                    return code != QLatin1String("2002") && code != QLatin1String("2003");
-                };
-                QElapsedTimer waited;
-                waited.start();
-                while (server->state() != QProcess::NotRunning && !server->waitForFinished(150)
-                       && waited.elapsed() < serverStartWaitMs && !answers()) {
-                }
+                btLogin->setEnabled(false);
+                waitForServer(server);
+                btLogin->setEnabled(true);
             }
             if (server->state() != QProcess::NotRunning && server->processId() != 0)
                 m_owner->setServerProcess(server);
@@ -183,14 +230,13 @@ void frmLogin::btLoginClicked()
                 QApplication::beep();
                 m_owner->statusBar()->showMessage(
                     QStringLiteral("偿试自启动数据库失败,请确认") + m_serverProgram, 90000);
-                return;
+                return 0;
             }
         } else {
             QApplication::beep();
             m_owner->statusBar()->showMessage(QStringLiteral("登录失败，原因是Mysql数据库没有启动"), 9000);
-            return;
+            return 0;
         }
     }
-    if (r == 1)
-        m_owner->afterLogin(QStringLiteral("zelnor"));
+    return r;
 }

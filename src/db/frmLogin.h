@@ -6,6 +6,7 @@
 class QComboBox;
 class QLabel;
 class QLineEdit;
+class QProcess;
 class QPushButton;
 class mainWindow;
 
@@ -18,8 +19,7 @@ class frmLogin : public QWidget
 public:
     explicit frmLogin(mainWindow *owner);
 
-    // The longest a freshly started server is given to come up; the wait
-    // ends as soon as it answers. Tests shorten the ceiling.
+    // The longest wait for a freshly started server to answer.
     static int serverStartWaitMs;
 
     QLineEdit *serverEdit() const { return linServer; }
@@ -36,6 +36,9 @@ public slots:
 private:
     // 1 opened, 0 no server answered, -1 refused (already reported).
     int attemptOpen();
+    // Steps of the login up to an open connection; the result as attemptOpen's.
+    int openConnection();
+    void waitForServer(QProcess *server);
 
     mainWindow *m_owner;
     QLineEdit *linServer;
@@ -45,6 +48,7 @@ private:
     QPushButton *btLogin;
     QPushButton *btExit;
     bool m_autoStart = false;
+    bool m_loggingIn = false;
     QString m_serverProgram;
 };
 

@@ -1,5 +1,6 @@
 #include "frmSetPrintItem.h"
 
+#include "desktopFit.h"
 #include "mainWindow.h"
 #include "myDelegate.h"
 #include "myTools.h"
@@ -44,9 +45,7 @@ frmSetPrintItem::frmSetPrintItem(mainWindow *opener)
     tableWid->setHorizontalHeaderLabels({QStringLiteral("字段表达式"), QStringLiteral("字体"),
                                          QStringLiteral("坐标(x,y)"), QStringLiteral("宽,高"),
                                          QStringLiteral("左中右"), QStringLiteral("中文转换")});
-    const int widths[] = {265, 50, 70, 60, 50, 70};
-    for (int c = 0; c < 6; ++c)
-        tableWid->setColumnWidth(c, widths[c]);
+    desktopFit::setColumnWidths(tableWid, {265, 50, 70, 60, 50, 70});
     // A field dropped on a cell replaces its text instead of inserting rows.
     tableWid->setAcceptDrops(true);
     tableWid->setDragDropMode(QAbstractItemView::DropOnly);

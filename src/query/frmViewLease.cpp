@@ -7,6 +7,7 @@
 #include "queryForm.h"
 
 #include <QDateEdit>
+#include <QDir>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -141,7 +142,10 @@ void frmViewLease::btViewClicked()
 
 void frmViewLease::bt2FileClicked()
 {
-    const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("导出数据"), QStringLiteral("mydata.csv"),
+    // A bare name would open the dialog in the program's working folder,
+    // which is no place for a clerk's files.
+    const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("导出数据"),
+                                                      QDir::home().filePath(QStringLiteral("mydata.csv")),
                                                       QStringLiteral("CSV(逗号分隔)(*.csv);;文本文件 (*.txt)"));
     if (path.isEmpty())
         return;

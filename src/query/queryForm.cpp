@@ -22,6 +22,8 @@ QDateEdit *dateEdit(const QDate &date, const QString &toolTip)
     edit->setDisplayFormat(QStringLiteral("yyyy-MM-dd"));
     edit->setCalendarPopup(true);
     edit->setToolTip(toolTip);
+    // A form narrowed to fit the window must not cut the date short.
+    edit->setMinimumWidth(edit->sizeHint().width());
     return edit;
 }
 

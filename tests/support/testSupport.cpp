@@ -21,6 +21,7 @@
 #include <QSqlQuery>
 #include <QStringList>
 #include <QTest>
+#include <memory>
 
 namespace testSupport {
 
@@ -64,25 +65,32 @@ void initApplication()
     qputenv("MYSQL_HOME", serverDir().toLocal8Bit());
 }
 
-int runInChild(const QStringList &arguments, const QString &socket, int port,
-               const QString &mysqlHome, QString *output)
+QProcess *startChild(const QStringList &arguments, const QString &socket, int port,
+                     const QString &mysqlHome)
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("ZELNOR_TEST_CHILD"), QStringLiteral("1"));
     env.insert(QStringLiteral("MYSQL_UNIX_PORT"), socket);
     env.insert(QStringLiteral("MYSQL_TCP_PORT"), QString::number(port));
     env.insert(QStringLiteral("MYSQL_HOME"), mysqlHome);
-    QProcess child;
-    child.setProcessEnvironment(env);
-    child.setProcessChannelMode(QProcess::MergedChannels);
-    child.start(QCoreApplication::applicationFilePath(), arguments);
-    if (!child.waitForFinished(60000)) {
-        child.kill();
-        child.waitForFinished();
+    auto *child = new QProcess;
+    child->setProcessEnvironment(env);
+    child->setProcessChannelMode(QProcess::MergedChannels);
+    child->start(QCoreApplication::applicationFilePath(), arguments);
+    return child;
+}
+
+int runInChild(const QStringList &arguments, const QString &socket, int port,
+               const QString &mysqlHome, QString *output)
+{
+    std::unique_ptr<QProcess> child(startChild(arguments, socket, port, mysqlHome));
+    if (!child->waitForFinished(60000)) {
+        child->kill();
+        child->waitForFinished();
     }
     if (output)
-        *output = QString::fromLocal8Bit(child.readAll());
-    return child.exitStatus() == QProcess::NormalExit ? child.exitCode() : -1;
+        *output = QString::fromLocal8Bit(child->readAll());
+    return child->exitStatus() == QProcess::NormalExit ? child->exitCode() : -1;
 }
 
 QString settingsPath()
@@ -290,6 +298,8 @@ void modalWatcher::poll()
     seen s{QString::fromLatin1(modal->metaObject()->className()), modal->windowTitle(), QString()};
     if (auto *box = qobject_cast<QMessageBox *>(modal)) {
         s.text = box->text();
+        for (QAbstractButton *b : box->buttons())
+            s.buttons << b->text();
         boxes.append(s);
         QAbstractButton *button = box->button(answer);
         if (!button)

@@ -13,6 +13,7 @@
 class QAction;
 class QMainWindow;
 class mainWindow;
+class QProcess;
 
 // Shared helpers for the test programs. Database tests run against the real
 // throwaway MariaDB that the CTest fixture starts (scripts/local-server).
@@ -32,6 +33,10 @@ QString serverDir();
 // mysql tools read. Returns the child's exit code; *output gets what it printed.
 int runInChild(const QStringList &arguments, const QString &socket, int port,
                const QString &mysqlHome, QString *output);
+// The same, started and left running (output channels merged); the caller
+// owns and waits for the process.
+QProcess *startChild(const QStringList &arguments, const QString &socket, int port,
+                     const QString &mysqlHome);
 bool isChild();
 QString socketPath();
 int serverPort();
@@ -105,6 +110,7 @@ public:
         QString className;
         QString title;
         QString text;
+        QStringList buttons; // a message box's, as shown
     };
 
     explicit modalWatcher(QMessageBox::StandardButton answer = QMessageBox::Ok);
