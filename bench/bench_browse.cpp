@@ -3,12 +3,10 @@
 // the button click to a filled table, with the phases measured apart so the
 // time can be placed. Prints the process's peak memory at the end.
 //
-//   scripts/local-server start /tmp/zelnor-bench-browse
-//   eval "$(scripts/local-server env /tmp/zelnor-bench-browse)"
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_browse
-//   scripts/local-server stop /tmp/zelnor-bench-browse
 //
-// The database zelnor on that server is dropped and created anew; with
+// It runs on a server of its own in /tmp/zelnor-bench-browse, started and
+// stopped here. Its database zelnor is dropped and created anew; with
 // --reuse a database already holding the generated year is kept, which
 // makes repeated runs under a profiler quick.
 #include "csvExport.h"
@@ -113,11 +111,9 @@ int main(int argc, char **argv)
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    // Keep a server the environment names (scripts/local-server env);
-    // otherwise use the test suite's.
-    if (qEnvironmentVariableIsEmpty("MYSQL_UNIX_PORT"))
-        testSupport::initApplication();
-    QCoreApplication::setApplicationName(QStringLiteral("ZELNOR"));
+    testSupport::benchServer server(QStringLiteral("browse"));
+    if (!server.isUp())
+        return 1;
 
     QElapsedTimer timer;
     timer.start();

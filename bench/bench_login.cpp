@@ -4,11 +4,8 @@
 // The floor for the auto-start case is the same server command started by a
 // minimal loop that tries to connect every 10 ms.
 //
-// Needs a server of its own (it is stopped and started here):
-//   scripts/local-server start /tmp/zelnor-bench
-//   eval "$(scripts/local-server env /tmp/zelnor-bench)"
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_login [runs]
-//   scripts/local-server stop /tmp/zelnor-bench
+// It stops and starts a server of its own in /tmp/zelnor-bench-login.
 #include "appSettings.h"
 #include "mainWindow.h"
 #include "testSupport.h"
@@ -84,7 +81,9 @@ static double timeBareStart()
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
-    testSupport::initApplication();
+    testSupport::benchServer server(QStringLiteral("login"));
+    if (!server.isUp())
+        return 1;
     const int runs = argc > 1 ? atoi(argv[1]) : 5;
     testSupport::resetDatabase();
     QSqlDatabase::database().close();
@@ -111,7 +110,6 @@ int main(int argc, char *argv[])
         bare << timeBareStart();
     }
     testSupport::removeSettingsFile();
-    QProcess::execute(script, {QStringLiteral("start"), testSupport::serverDir()});
 
     report("login, server running", running);
     report("login with auto-start", autoStart);

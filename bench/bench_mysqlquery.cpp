@@ -2,11 +2,11 @@
 // with the query helper, and compares with inserting every row at the top one
 // by one (the naive way to get the same reversed order).
 //
-// Needs a running server reached through MYSQL_UNIX_PORT, e.g.:
-//   scripts/local-server start /tmp/zelnor-bench
-//   eval "$(scripts/local-server env /tmp/zelnor-bench)"
+// Runs on a server of its own (/tmp/zelnor-bench-mysqlquery), started and
+// stopped here:
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_mysqlquery
 #include "mySqlQuery.h"
+#include "testSupport.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -81,14 +81,9 @@ static double timeTopInsertion(int rows)
 int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
-    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QMYSQL"));
-    db.setHostName(QStringLiteral("localhost"));
-    db.setUserName(QStringLiteral("root"));
-    db.setPassword(qEnvironmentVariable("ZELNOR_BENCH_PASSWORD"));
-    if (!db.open()) {
-        fprintf(stderr, "cannot connect: %s\n", qPrintable(db.lastError().text()));
+    testSupport::benchServer server(QStringLiteral("mysqlquery"));
+    if (!server.isUp() || !testSupport::connectAsRoot())
         return 1;
-    }
     if (!run("CREATE DATABASE IF NOT EXISTS zelnor_bench") || !run("USE zelnor_bench")
         || !run("CREATE TABLE IF NOT EXISTS seq (n int PRIMARY KEY)"))
         return 1;

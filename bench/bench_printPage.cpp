@@ -5,6 +5,7 @@
 // for looking at the layout by eye.
 //
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_printPage [folder]
+// (on a server of its own in /tmp/zelnor-bench-printPage)
 #include "frmSetPrintItem.h"
 #include "mainWindow.h"
 #include "objPrint.h"
@@ -61,7 +62,9 @@ printLayout certificate(int extraItems)
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
-    testSupport::initApplication();
+    testSupport::benchServer server(QStringLiteral("printPage"));
+    if (!server.isUp())
+        return 1;
     QTemporaryDir scratch;
     const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : scratch.path();
     QDir().mkpath(out);

@@ -2,9 +2,8 @@
 // registration when the party tables carry 30 fields in all, counted with the
 // session's Questions status counter on the real server.
 //
-//   scripts/local-server start /tmp/zelnor-bench && eval "$(scripts/local-server env /tmp/zelnor-bench)"
 //   build/bench/bench_registerStatements
-//   scripts/local-server stop /tmp/zelnor-bench
+// (on a server of its own in /tmp/zelnor-bench-registerStatements)
 #include "../tests/recordFormDriver.h"
 #include "myTools.h"
 #include "testSupport.h"
@@ -87,11 +86,10 @@ int main(int argc, char **argv)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    // The server's folder, as `local-server env` points MYSQL_HOME at it.
-    if (qEnvironmentVariableIsEmpty("ZELNOR_TEST_SERVER_DIR") && !qEnvironmentVariableIsEmpty("MYSQL_HOME"))
-        qputenv("ZELNOR_TEST_SERVER_DIR", qgetenv("MYSQL_HOME"));
     QApplication app(argc, argv);
-    testSupport::initApplication();
+    testSupport::benchServer server(QStringLiteral("registerStatements"));
+    if (!server.isUp())
+        return 1;
     testSupport::resetDatabase();
     widenPartyTables();
 

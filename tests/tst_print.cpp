@@ -18,6 +18,7 @@
 #include <QStatusBar>
 #include <QTableWidget>
 #include <QTemporaryDir>
+#include <QSqlQuery>
 #include <QtTest>
 
 namespace {
@@ -271,6 +272,10 @@ void tst_print::printOutcome_data()
     // Longer numbers are not refused; they match nothing.
     QTest::newRow("16 digits") << "3301022026000021" << one << true << true << "" << "";
     QTest::newRow("no items") << numberB << QStringList() << true << true << "" << "";
+    // The same serial in another year or region is another registration.
+    QTest::newRow("same serial, other year") << "330102202700002" << one << true << true << "钱七" << "";
+    QTest::newRow("same serial, other region") << "330103202600002" << one << true << true << "孙八" << "";
+    QTest::newRow("trailing blank matches as in the column") << numberB + " " << one << true << true << "张三丰" << "";
     // Broken SQL and a number too long for Chinese numerals leave their boxes
     // empty; the rest of the certificate still prints.
     QTest::newRow("failed items print empty")
@@ -293,9 +298,24 @@ void tst_print::printOutcome()
         printLayout::setPdfOutputForTests(QString());
     if (!items.isEmpty())
         storeLayout(items);
+    // After A and B in key order, so nothing else here sees them first.
+    testSupport::insertLease({"330102202700002", "2027-03-02", 120, "钱七", "", "", "", ""});
+    testSupport::insertLease({"330103202600002", "2026-03-02", 120, "孙八", "", "", "", ""});
+    // Rows the server read by scanning a table or an index rather than
+    // looking one up by its key.
+    auto scanned = [] {
+        QSqlQuery query("SHOW SESSION STATUS WHERE Variable_name IN ('Handler_read_next','Handler_read_rnd_next')");
+        qint64 rows = 0;
+        while (query.next())
+            rows += query.value(1).toLongLong();
+        return rows;
+    };
+    const qint64 before = scanned();
     modalWatcher watcher;
     bool printed = false;
     const QList<pdfText::page> pages = printNumber(number, printed);
+    // Each print item finds its registration through the keys.
+    QCOMPARE(scanned() - before, 0);
     QTEST(printed, "printed");
     QCOMPARE(watcher.boxes.size(), message.isEmpty() ? 0 : 1);
     QCOMPARE(watcher.lastTitle() + watcher.lastText(), message.isEmpty() ? QString() : "错误" + message);

@@ -3,6 +3,7 @@
 // four tables and the log in one transaction, and what the operator reads
 // when the server refuses.
 #include "appSettings.h"
+#include "leaseSql.h"
 #include "recordFormDriver.h"
 #include "testSupport.h"
 
@@ -156,6 +157,51 @@ private slots:
         show(form, "000000202500013");
         QCOMPARE(formValues(form), "2025-04-01|2025-01-01|2025-12-31|赵强|个人|居民身份证||13900001111|||"
                                    "|个人|军官证||||1|||住宅|钢混|1|1|1|月付|120");
+    }
+
+    // Lookups by number go through the unique key; what they find must stay
+    // what the number expression alone finds, including nothing at all for
+    // texts that are not a whole number.
+    void loadFindsOnlyItsNumber_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("registered"); // 登记日期 shown; empty: not found
+        QTest::newRow("stored number") << numberA << "2025-03-02";
+        QTest::newRow("same year and serial, other region") << "110101202500012" << "2025-05-05";
+        QTest::newRow("same region and serial, other year") << "000000202400012" << "2024-06-06";
+        QTest::newRow("serial 120, not 12") << "000000202500120" << "2025-07-07";
+        QTest::newRow("13 digits") << numberA.left(13) << "";
+        QTest::newRow("14 digits") << numberA.left(14) << "";
+        QTest::newRow("16 digits") << numberA + "0" << "";
+        QTest::newRow("letter in it") << "00000020250001a" << "";
+        // The column collation ignores trailing blanks, in the expression too.
+        QTest::newRow("trailing blank") << numberA + " " << "2025-03-02";
+        QTest::newRow("leading blank") << " " + numberA << "";
+    }
+
+    void loadFindsOnlyItsNumber()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, registered);
+        insertFullRecordA();
+        testSupport::insertLease({"110101202500012", "2025-05-05", 120, "钱七", "", "", ""});
+        testSupport::insertLease({"000000202400012", "2024-06-06", 120, "孙八", "", "", ""});
+        testSupport::insertLease({"000000202500120", "2025-07-07", 120, "周九", "", "", ""});
+        const QString specified = "SELECT 登记日期 FROM lease WHERE CONCAT(地区,年度*100000+编号)='" + text + "'";
+        QCOMPARE(testSupport::scalar(specified).toDate().toString("yyyy-MM-dd"), registered);
+
+        frmRegisterLease *form = login();
+        QCOMPARE(form->loadRecord(text), !registered.isEmpty());
+        if (!registered.isEmpty())
+            QCOMPARE(shown(form, "dateDJRQ"), registered);
+
+        // The plan: one row through the key, or nothing read at all.
+        QSqlQuery plan;
+        QVERIFY(plan.exec("EXPLAIN SELECT 登记日期 FROM lease WHERE " + leaseSql::numberIs(text)));
+        QVERIFY(plan.next());
+        const QString type = plan.value("type").toString(), extra = plan.value("Extra").toString();
+        QVERIFY2(type == "const" || extra.startsWith("Impossible WHERE") || extra.contains("no matching row"),
+                 qPrintable(type + " " + extra));
     }
 
     void buttonStates_data()

@@ -89,7 +89,11 @@ QString fieldSaveMessage(const QString &errorText)
     if (errorText.startsWith(QLatin1String("You have an error in your SQL syntax;"))) {
         QString near = errorText;
         near.remove(syntax);
-        near.remove(QStringLiteral("' at line 1 QMYSQL: Unable to execute query"));
+        // The driver's own words follow the server's, in the language of the
+        // Qt translation loaded at start-up ("Unable to execute query" or
+        // "无法执行查询"), so everything after the driver's name goes.
+        static const QRegularExpression tail(QStringLiteral("' at line 1 QMYSQL: [^']*$"));
+        near.remove(tail);
         return QStringLiteral("句法错误，请检查“") + near + QStringLiteral("”。");
     }
     return errorText;

@@ -5,9 +5,13 @@
 
 namespace appSettings {
 
+static QString s_folder;
+
+void setFolder(const QString &folder) { s_folder = folder; }
+
 QString path()
 {
-    return QCoreApplication::applicationDirPath() + QLatin1Char('/')
+    return (s_folder.isEmpty() ? QCoreApplication::applicationDirPath() : s_folder) + QLatin1Char('/')
         + QCoreApplication::applicationName() + QStringLiteral(".ini");
 }
 

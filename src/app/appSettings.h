@@ -10,6 +10,9 @@
 namespace appSettings {
 
 QString path();
+// Benchmark programs only: keep the file in this folder instead of beside the
+// program, so a run leaves nothing in the build tree. Empty restores the default.
+void setFolder(const QString &folder);
 std::unique_ptr<QSettings> open();
 
 } // namespace appSettings

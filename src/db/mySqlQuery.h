@@ -25,6 +25,11 @@ public:
     // the table already holds. A failing statement leaves zero columns.
     void fillTable(QTableWidget *table);
 
+    // Sets the row count to 0. A year's result is 800 000 cells, and freeing
+    // them took a tenth of a second of every new browse; they are taken out
+    // of the table here and freed on a worker thread instead.
+    static void emptyTable(QTableWidget *table);
+
 private:
     QSqlQuery m_query;
     QString m_statement;

@@ -251,8 +251,8 @@ QString frmRegisterLease::sqlValue(const field &f)
 bool frmRegisterLease::loadRecord(const QString &number)
 {
     QSqlQuery query;
-    query.exec(QStringLiteral("SELECT 登记日期,有效日起,有效日止,收费金额 FROM lease WHERE ") + leaseSql::numberExpr()
-               + QStringLiteral("='") + number + QLatin1Char('\''));
+    query.exec(QStringLiteral("SELECT 登记日期,有效日起,有效日止,收费金额 FROM lease WHERE ")
+               + leaseSql::numberIs(number));
     if (!query.next())
         return false;
     dateDJRQ->setDate(query.value(0).toDate());

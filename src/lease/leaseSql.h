@@ -11,11 +11,49 @@ inline QString numberExpr() { return QStringLiteral("CONCAT(地区,年度*100000
 
 // The joined view of one lease. The inner join with leaseout is intended: a
 // lease without a lessor row is invisible to browse, search and printing.
-inline QString joinedView()
+inline QString joinedView(const QString &lease = QStringLiteral("lease"))
 {
-    return QStringLiteral("FROM lease,leaseout LEFT JOIN leasein USING (登记编号) "
-                          "LEFT JOIN leasehouse USING (登记编号)  WHERE ")
+    return QStringLiteral("FROM ") + lease
+        + QStringLiteral(",leaseout LEFT JOIN leasein USING (登记编号) "
+                         "LEFT JOIN leasehouse USING (登记编号)  WHERE ")
         + numberExpr() + QStringLiteral("=leaseout.登记编号");
+}
+
+// The joined view for statements that pick a range of 登记日期. Once other
+// years fill the table the server estimates reading all of lease cheaper
+// than a year through the date index, and a year's browse then costs as much
+// as the whole decade; the hint keeps it to the rows of the range.
+inline QString joinedViewByDate() { return joinedView(QStringLiteral("lease FORCE INDEX (登记日期)")); }
+
+// Conditions on lease equivalent to numberExpr()='<number>' that the unique
+// key 登记编号 (地区,年度,编号) can serve: the expression itself can use no
+// index, so alone it reads every registration. The program only ever writes a
+// six-digit region, a four-digit year and a serial below 100000, and for such
+// rows the two agree. A text that is not fifteen digits can match no such row,
+// so it gets a condition the server sees as impossible before reading anything.
+inline QString numberKey(const QString &number)
+{
+    // The column collation pads with spaces: '…1 ' equals '…1' in the
+    // expression, so trailing blanks must not make the key refuse it.
+    QString digits = number;
+    while (digits.endsWith(QLatin1Char(' ')))
+        digits.chop(1);
+    bool ok = digits.size() == 15;
+    for (int i = 0; ok && i < digits.size(); ++i)
+        ok = digits.at(i) >= QLatin1Char('0') && digits.at(i) <= QLatin1Char('9');
+    if (!ok)
+        return QStringLiteral("FALSE");
+    return QStringLiteral("lease.地区='") + digits.left(6) + QStringLiteral("' AND lease.年度=")
+        + QString::number(digits.mid(6, 4).toInt()) + QStringLiteral(" AND lease.编号=")
+        + QString::number(digits.mid(10, 5).toInt());
+}
+
+// One registration by its number. The expression stays in the statement so
+// the result is exactly what it alone selects (and a number with a quote in
+// it still fails the same way); the key conditions only choose the plan.
+inline QString numberIs(const QString &number)
+{
+    return numberExpr() + QStringLiteral("='") + number + QStringLiteral("' AND ") + numberKey(number);
 }
 
 } // namespace leaseSql

@@ -1,5 +1,6 @@
 #include "objPrint.h"
 
+#include "leaseSql.h"
 #include "printLayout.h"
 
 objPrint::objPrint(QObject *parent)
@@ -19,5 +20,8 @@ bool objPrint::printRecord()
         printLayout::showError(QStringLiteral("需要打印的编号不正确"));
         return false;
     }
-    return printLayout::load().print(QStringLiteral(" AND leaseout.登记编号='") + m_number + QLatin1Char('\''));
+    // Every print item is a statement of its own over the joined view; the
+    // key conditions let each one find the lease row without reading them all.
+    return printLayout::load().print(QStringLiteral(" AND leaseout.登记编号='") + m_number
+                                     + QStringLiteral("' AND ") + leaseSql::numberKey(m_number));
 }

@@ -60,7 +60,7 @@ frmSearchLease::frmSearchLease(mainWindow *opener)
 
 void frmSearchLease::btSearchClicked()
 {
-    m_table->setRowCount(0);
+    mySqlQuery::emptyTable(m_table);
     const QString keyword = m_keyword->text().trimmed();
     if (keyword.isEmpty())
         return;

@@ -21,7 +21,7 @@ QString leaseQuery::dateRange(const QDate &from, const QDate &to)
 QString leaseQuery::browse(const QStringList &fields, const QDate &from, const QDate &to)
 {
     return QStringLiteral("SELECT ") + fields.join(QLatin1Char(',')) + QLatin1Char(' ')
-        + leaseSql::joinedView() + QStringLiteral(" AND ") + dateRange(from, to)
+        + leaseSql::joinedViewByDate() + QStringLiteral(" AND ") + dateRange(from, to)
         + QStringLiteral(" ORDER BY leaseout.登记编号 DESC");
 }
 
@@ -62,6 +62,6 @@ QStringList leaseQuery::searchColumns()
 QString leaseQuery::search(const QString &keyword, const QDate &from, const QDate &to)
 {
     return QStringLiteral("SELECT leaseout.登记编号,登记日期,") + searchColumns().join(QLatin1Char(','))
-        + QLatin1Char(' ') + leaseSql::joinedView() + QStringLiteral(" AND ") + dateRange(from, to)
+        + QLatin1Char(' ') + leaseSql::joinedViewByDate() + QStringLiteral(" AND ") + dateRange(from, to)
         + keywordCondition(keyword) + QStringLiteral(" ORDER BY leaseout.登记编号 DESC");
 }

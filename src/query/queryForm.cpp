@@ -55,7 +55,7 @@ void setupResultTable(QTableWidget *table)
 
 void showResult(mySqlQuery *query, QTableWidget *table, const QString &sql)
 {
-    table->setRowCount(0);
+    mySqlQuery::emptyTable(table);
     query->setStatement(sql);
     query->fillTable(table);
     table->resizeColumnsToContents();

@@ -1,5 +1,6 @@
 #include "testSupport.h"
 
+#include "appSettings.h"
 #include "dbTools.h"
 #include "frmLogin.h"
 #include "mainWindow.h"
@@ -10,6 +11,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
@@ -47,6 +49,33 @@ static QString readEnvValue(const QString &name)
             return text.mid(prefix.size());
     }
     return QString();
+}
+
+static QString localServerScript() { return QStringLiteral(ZELNOR_SOURCE_DIR "/scripts/local-server"); }
+
+benchServer::benchServer(const QString &name, bool removeData)
+    : m_dir(QStringLiteral("/tmp/zelnor-bench-") + name)
+    , m_removeData(removeData)
+{
+    qputenv("ZELNOR_TEST_SERVER_DIR", m_dir.toLocal8Bit());
+    m_up = QProcess::execute(localServerScript(), {QStringLiteral("start"), m_dir}) == 0;
+    if (!m_up)
+        qWarning("could not start a server in %s", qPrintable(m_dir));
+    initApplication();
+    appSettings::setFolder(m_settings.path());
+}
+
+benchServer::~benchServer()
+{
+    {
+        QSqlDatabase db = QSqlDatabase::database(QLatin1String(QSqlDatabase::defaultConnection), false);
+        if (db.isValid())
+            db.close();
+    }
+    QProcess::execute(localServerScript(), {QStringLiteral("stop"), m_dir});
+    if (m_removeData)
+        QDir(m_dir).removeRecursively();
+    appSettings::setFolder(QString());
 }
 
 QString socketPath() { return readEnvValue(QStringLiteral("MYSQL_UNIX_PORT")); }
@@ -93,10 +122,7 @@ int runInChild(const QStringList &arguments, const QString &socket, int port,
     return child->exitStatus() == QProcess::NormalExit ? child->exitCode() : -1;
 }
 
-QString settingsPath()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/ZELNOR.ini");
-}
+QString settingsPath() { return appSettings::path(); }
 
 void removeSettingsFile() { QFile::remove(settingsPath()); }
 
