@@ -176,9 +176,6 @@ private slots:
             QString(base).replace("出方证件号码", "证件号码"), "证件号码 varchar(30) YES -", syntax.arg("' AFTER 委托代理人"));
         row("choice retyped below stored data", "~出方类别||enum('个人')", base, "出方类别 enum('个人','单位') YES 个人",
             "失败：“出方类别”列已存在数据，不能对此同步修改或删除。");
-        row("renamed and shortened below stored data", "~出方地址|地址|varchar(4)", base, "出方地址 varchar(100) YES -",
-            "Data too long for column '地址' at row 1" + tail);
-        row("empty row", "+|||", base, "", syntax.arg("NULL AFTER 委托代理人"));
     }
     void fieldSave()
     {
