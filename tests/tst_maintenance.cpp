@@ -7,18 +7,17 @@
 #include "frmClearData.h"
 #include "frmSetBackground.h"
 #include "mainWindow.h"
-#include "recordFormDriver.h"
 #include "testSupport.h"
 
 #include <QAction>
 #include <QCheckBox>
 #include <QDateEdit>
-#include <QFileDialog>
 #include <QInputDialog>
 #include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QMenuBar>
+#include <QPushButton>
 #include <QRadioButton>
+#include <QSpinBox>
 #include <QSqlQuery>
 #include <QStatusBar>
 #include <QTextEdit>
@@ -27,37 +26,7 @@
 
 using testSupport::exec;
 using testSupport::insertLease;
-using testSupport::scalar;
-
-class tst_maintenance : public QObject
-{
-    Q_OBJECT
-private slots:
-    void initTestCase() { testSupport::initApplication(); }
-    void init()
-    {
-        testSupport::removeSettingsFile();
-        testSupport::resetDatabase();
-    }
-
-    void roundTrip_data();
-    void roundTrip();
-    void brokenSdaChangesNothing_data();
-    void brokenSdaChangesNothing();
-    void smallAfterLarge_data();
-    void smallAfterLarge();
-    void clearData_data();
-    void clearData();
-    void registerAfterClearingThisYear();
-    void background_data();
-    void background();
-    void defaultFee_data();
-    void defaultFee();
-    void helpSaysWhereRegionIsSet();
-
-private:
-    QTemporaryDir m_dir;
-};
+using testSupport::menuAction;
 
 // What a restore must bring back: the rows of the four tables, the columns a
 // supervisor added, and the triggers that keep party rows in step.
@@ -67,348 +36,276 @@ static QString state()
     QSqlQuery q("CHECKSUM TABLE lease, leaseout, leasein, leasehouse");
     while (q.next())
         parts << q.value(1).toString();
-    parts << scalar("SELECT GROUP_CONCAT(TABLE_NAME,COLUMN_NAME) FROM information_schema.COLUMNS "
-                    "WHERE TABLE_SCHEMA='zelnor'").toString();
-    parts << scalar("SELECT GROUP_CONCAT(TRIGGER_NAME ORDER BY TRIGGER_NAME) FROM information_schema.TRIGGERS "
-                    "WHERE TRIGGER_SCHEMA='zelnor'").toString();
+    parts << testSupport::scalar("SELECT GROUP_CONCAT(TABLE_NAME,COLUMN_NAME) FROM information_schema.COLUMNS "
+                                 "WHERE TABLE_SCHEMA='zelnor'").toString();
+    parts << testSupport::scalar("SELECT GROUP_CONCAT(TRIGGER_NAME ORDER BY TRIGGER_NAME) FROM "
+                                 "information_schema.TRIGGERS WHERE TRIGGER_SCHEMA='zelnor'").toString();
     return parts.join(" ");
 }
 
-// Registrations in all four tables, a quote and Chinese in values, and a
-// column added by a supervisor.
-static void fill()
+static QString lastLogRow() { return testSupport::logRows().value(testSupport::logRows().size() - 1); }
+
+static void insertNumbered(const QString &prefix, int serial, const QString &date)
 {
-    insertLease({"370102202500001", "2025-03-01", 120, "张伟", "13800000001", "李娜", "13900000002", "人民路1号"});
-    insertLease({"370102202500002", "2025-04-01", 150, "O''Neil 商贸", "0531-1", "王强", "", "经十路2号"});
-    QVERIFY(exec("ALTER TABLE leasehouse ADD 朝向 enum('南','北') DEFAULT '南'"));
-    QVERIFY(exec("UPDATE leasehouse SET 朝向='北',备注='临街，二楼' WHERE 登记编号='370102202500002'"));
+    insertLease({prefix + QString("%1").arg(serial, 5, 10, QChar('0')), date, 120, "张伟", "", "李娜", "", "人民路1号"});
 }
 
-static QAction *action(mainWindow *window, const QString &text)
+class tst_maintenance : public QObject
 {
-    for (QAction *menu : window->menuBar()->actions())
-        for (QAction *a : menu->menu()->actions())
-            if (a->text() == text)
-                return a;
-    qFatal("no action %s", qPrintable(text));
-}
+    Q_OBJECT
+    QTemporaryDir m_dir;
 
-// The log has no key; the server returns its rows in the order they were written.
-static QString lastLogRow()
-{
-    QSqlQuery q("SELECT CONCAT(用户,'|',描述) FROM log");
-    return q.last() ? q.value(0).toString() : QString();
-}
-
-void tst_maintenance::roundTrip_data()
-{
-    QTest::addColumn<QString>("typed");   // the name given in the save dialog
-    QTest::addColumn<QString>("written"); // the file that must appear
-    QTest::addColumn<QString>("account"); // empty: root, with no password
-    QTest::addColumn<QString>("password");
-    QTest::newRow("sda, root") << "a.sda" << "a.sda" << "" << "";
-    QTest::newRow("sql, root") << "a.sql" << "a.sql" << "" << "";
-    QTest::newRow("no dot gets .sda") << "备份" << "备份.sda" << "" << "";
-    QTest::newRow("other extension is compressed") << "a.b" << "a.b" << "" << "";
-    // The triggers were made by root; an operator restores them as his own.
-    QTest::newRow("sda, operator, blank and quote in password") << "b.sda" << "b.sda" << "周操作" << "a b'c";
-    QTest::newRow("sql, operator, blank and quote in password") << "b.sql" << "b.sql" << "周操作" << "a b'c";
-}
-
-void tst_maintenance::roundTrip()
-{
-    QFETCH(QString, typed);
-    QFETCH(QString, written);
-    QFETCH(QString, account);
-    QFETCH(QString, password);
-    fill();
-    if (!account.isEmpty())
-        testSupport::createOperator(account, QString(password).replace("'", "''"), 2);
-    std::unique_ptr<mainWindow> window(testSupport::login(account.isEmpty() ? "root" : account, password));
-    QCOMPARE(window->level(), account.isEmpty() ? 0 : 2);
-    const QString before = state();
-
-    modalWatcher watcher(QMessageBox::Yes);
-    watcher.handler = adminDriver::fileDialogAnswer(m_dir.filePath(typed));
-    action(window.get(), "备份业务数据")->trigger();
-    QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据备份完成！"));
-    QFile file(m_dir.filePath(written));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QByteArray content = file.readAll();
-    if (!written.endsWith(".sql")) {
-        // qCompress framing: the plain length, big-endian, then zlib.
-        const QByteArray plain = qUncompress(content);
-        QCOMPARE(qFromBigEndian<quint32>(content.constData()), quint32(plain.size()));
-        content = plain;
-    }
-    QVERIFY(content.contains("TRIGGER lease_delete_leaseout") && !content.contains("CREATE DATABASE"));
-
-    // Changes after the backup: a new registration, one deleted, one edited, a column added.
-    insertLease({"370102202500003", "2025-05-01", 130, "赵六", "", "钱七", "", "解放路3号"});
-    QVERIFY(exec("DELETE FROM lease WHERE 编号=1"));
-    QVERIFY(exec("UPDATE leaseout SET 出方电话='999' WHERE 登记编号='370102202500002'"));
-    QVERIFY(exec("ALTER TABLE leasein ADD 工作单位 char(30)"));
-    QVERIFY(state() != before);
-
-    watcher.handler = adminDriver::fileDialogAnswer(m_dir.filePath(written));
-    action(window.get(), "恢复业务数据")->trigger();
-    QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据恢复完成，请重新登录！"));
-    QCOMPARE(state(), before);
-    QCOMPARE(lastLogRow(), window->operatorName() + "|恢复数据");
-    // The restored triggers work: deleting a registration takes its party rows.
-    QVERIFY(exec("DELETE FROM lease WHERE 编号=2"));
-    QCOMPARE(testSupport::count("leasehouse WHERE 登记编号='370102202500002'"), 0);
-    for (const auto &box : watcher.boxes)
-        QVERIFY2(box.title != "错误", qPrintable(box.text));
-}
-
-void tst_maintenance::brokenSdaChangesNothing_data()
-{
-    QTest::addColumn<QString>("damage");
-    QTest::newRow("byte changed in the middle") << "flip";
-    QTest::newRow("cut in half") << "cut";
-    QTest::newRow("empty file") << "empty";
-    QTest::newRow("plain SQL named .sda") << "plain";
-}
-
-void tst_maintenance::brokenSdaChangesNothing()
-{
-    QFETCH(QString, damage);
-    fill();
-    const QString path = m_dir.filePath("x.sda");
-    QString problem;
-    QVERIFY2(dataBackup::backup(QSqlDatabase::database(), path, &problem), qPrintable(problem));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QByteArray content = file.readAll();
-    const int middle = content.size() / 2;
-    content = damage == "flip" ? content.left(middle) + char(content.at(middle) ^ 0x55) + content.mid(middle + 1)
-        : damage == "cut"      ? content.left(middle)
-        : damage == "empty"    ? QByteArray()
-                               : qUncompress(content);
-    QVERIFY(file.resize(0) && file.seek(0) && file.write(content) == content.size());
-    file.close();
-
-    QVERIFY(exec("DELETE FROM lease WHERE 编号=1"));
-    std::unique_ptr<mainWindow> window(testSupport::login());
-    const QString before = state();
-    const QString logBefore = lastLogRow();
-    modalWatcher watcher;
-    watcher.handler = adminDriver::fileDialogAnswer(path);
-    window->slotRestoreData();
-    QCOMPARE(state(), before);
-    QCOMPARE(lastLogRow(), logBefore);
-    QCOMPARE(watcher.lastTitle(), QString("错误"));
-    QCOMPARE(watcher.lastText(), "备份文件“" + path + "”已损坏或不完整，数据没有恢复。");
-}
-
-void tst_maintenance::smallAfterLarge_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("sda") << "same.sda";
-    QTest::newRow("sql") << "same.sql";
-}
-
-// A small backup written over a large one, restored after the large one was
-// restored: neither the backup file nor the working file may keep the large
-// one's tail.
-void tst_maintenance::smallAfterLarge()
-{
-    QFETCH(QString, name);
-    const QSqlDatabase db = QSqlDatabase::database();
-    for (int i = 1; i <= 200; ++i)
-        insertLease({QString("3701022025%1").arg(i, 5, 10, QChar('0')), "2025-06-01", 120, "张伟", "", "李娜", "",
-                     "人民路" + QString::number(i) + "号"});
-    QVERIFY(exec("UPDATE leasehouse SET 备注=REPEAT('长',500)"));
-    const QString path = m_dir.filePath(name);
-    QString problem;
-    QVERIFY2(dataBackup::backup(db, path, &problem) && dataBackup::restore(db, path, &problem), qPrintable(problem));
-
-    const qint64 largeSize = QFileInfo(path).size();
-
-    QVERIFY(exec("DELETE FROM lease WHERE 编号>1"));
-    const QString small = state();
-    QVERIFY2(dataBackup::backup(db, path, &problem), qPrintable(problem));
-    QVERIFY(QFileInfo(path).size() < largeSize / 2);
-    QVERIFY(exec("DELETE FROM lease"));
-    QVERIFY2(dataBackup::restore(db, path, &problem), qPrintable(problem));
-    QCOMPARE(state(), small);
-}
-
-static const QStringList clearDates{"2022-12-30", "2022-12-31", "2023-01-01"};
-
-static int partyRows(int i)
-{
-    const QString where = QString(" WHERE 登记编号='3701022022%1'").arg(i + 1, 5, 10, QChar('0'));
-    return testSupport::count("leaseout" + where) + testSupport::count("leasein" + where)
-        + testSupport::count("leasehouse" + where);
-}
-
-void tst_maintenance::clearData_data()
-{
-    QTest::addColumn<QString>("account");
-    QTest::addColumn<QDate>("date");
-    QTest::addColumn<int>("kept"); // registrations left, the latest ones
-    QTest::newRow("before every registration") << "周主管" << QDate(2000, 1, 1) << 3;
-    QTest::newRow("the chosen day itself is kept") << "周主管" << QDate(2022, 12, 31) << 2;
-    QTest::newRow("all") << "周主管" << QDate(2023, 1, 2) << 0;
-    // The quote breaks the log row, so the delete is rolled back with it.
-    QTest::newRow("log row fails") << "O'Neil" << QDate(2023, 1, 2) << 3;
-}
-
-void tst_maintenance::clearData()
-{
-    QFETCH(QString, account);
-    QFETCH(QDate, date);
-    QFETCH(int, kept);
-    for (int i = 0; i < clearDates.size(); ++i) // all numbered in 2022, whatever their date
-        insertLease({QString("3701022022%1").arg(i + 1, 5, 10, QChar('0')), clearDates.at(i), 120, "张伟", "", "李娜",
-                     "", "人民路1号"});
-    testSupport::createOperator(account, "pw", 1);
-    std::unique_ptr<mainWindow> window(testSupport::login(account, "pw"));
-    modalWatcher watcher;
-    action(window.get(), "清理业务数据")->trigger();
-    auto *form = qobject_cast<frmClearData *>(window->mdiArea()->activeSubWindow()->widget());
-    QVERIFY(form);
-    QCOMPARE(form->dateEdit()->date(), QDate(window->workDate().year() - 3, 12, 31));
-
-    form->dateEdit()->setDate(date);
-    form->yesButton()->click();
-    QCOMPARE(testSupport::count("lease"), kept);
-    for (int i = 0; i < clearDates.size(); ++i)
-        QCOMPARE(partyRows(i), i >= clearDates.size() - kept ? 3 : 0);
-    if (account.contains("'")) {
-        QCOMPARE(watcher.lastTitle(), QString("错误"));
-        QVERIFY(watcher.lastText().contains("syntax") && form->yesButton()->isEnabled());
-        return;
-    }
-    QVERIFY(watcher.boxes.isEmpty());
-    QCOMPARE(window->statusBar()->currentMessage(), QString("数据清理OK"));
-    QCOMPARE(lastLogRow(), account + "|清理" + date.toString("yyyy-MM-dd") + "之前业务数据");
-    QVERIFY(!form->yesButton()->isEnabled());
-    form->dateEdit()->setDate(date.addDays(1));
-    QVERIFY(form->yesButton()->isEnabled());
-}
-
-// The serial starts again at 1 once the year is cleared; the new
-// registration's party rows must not meet the removed ones' rows.
-void tst_maintenance::registerAfterClearingThisYear()
-{
-    std::unique_ptr<mainWindow> window(testSupport::login());
-    const QString year = QString::number(window->workDate().year());
-    for (const QString serial : {"00001", "00002"})
-        insertLease({"000000" + year + serial, window->workDate().toString("yyyy-MM-dd"), 120, "张伟", "", "李娜", "",
-                     "人民路1号"});
-    window->slotClearData();
-    auto *clear = qobject_cast<frmClearData *>(window->mdiArea()->activeSubWindow()->widget());
-    clear->dateEdit()->setDate(window->workDate().addDays(1));
-    clear->yesButton()->click();
-    QCOMPARE(testSupport::count("lease"), 0);
-
-    frmRegisterLease *form = recordForm::open(window.get());
-    recordForm::click(form, "增加");
-    QCOMPARE(form->numberEdit()->text(), "000000" + year + "00001");
-    recordForm::fillRequired(form);
-    modalWatcher watcher;
-    recordForm::click(form, "确定");
-    QCOMPARE(window->statusBar()->currentMessage(), QString("数据保存OK."));
-    QVERIFY(watcher.boxes.isEmpty());
-}
-
-void tst_maintenance::background_data()
-{
-    QTest::addColumn<bool>("display");
-    QTest::addColumn<bool>("pickFile");
-    QTest::addColumn<bool>("stretch");
-    QTest::addColumn<bool>("save");
-    QTest::addColumn<QString>("live");      // style sheet while the program runs (%1: the file)
-    QTest::addColumn<QString>("nextStart"); // style sheet of the next start
-    const QString grey = "QMdiArea { background-color: lightGray; } ";
-    const QString stretched = "QMdiArea { border-image: url(%1);}";
-    const QString tiled = "QMdiArea {background-image: url(%1);}";
-    QTest::newRow("stretched, saved") << true << true << true << true << stretched << stretched;
-    QTest::newRow("tiled, saved") << true << true << false << true << tiled << tiled;
-    QTest::newRow("tiled, not saved") << true << true << false << false << tiled << grey;
-    QTest::newRow("shown but no picture") << true << false << true << true << grey << grey;
-    QTest::newRow("picture but not shown") << false << true << true << true << grey << grey;
-}
-
-void tst_maintenance::background()
-{
-    QFETCH(bool, display);
-    QFETCH(bool, pickFile);
-    QFETCH(bool, stretch);
-    QFETCH(bool, save);
-    QFETCH(QString, live);
-    QFETCH(QString, nextStart);
-    QImage image(40, 30, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    const QString picture = m_dir.filePath("背景 图.png");
-    QVERIFY(image.save(picture));
+private slots:
+    void initTestCase() { testSupport::initApplication(); }
+    void init()
     {
-        mainWindow window; // usable before login
-        action(&window, "设置背景图片")->trigger();
-        auto *form = qobject_cast<frmSetBackground *>(window.mdiArea()->activeSubWindow()->widget());
-        QVERIFY(!form->saveButton()->isEnabled() && !form->openButton()->isEnabled());
-        form->displayBox()->setChecked(true);
-        QVERIFY(form->openButton()->isEnabled() && form->tileButton()->isEnabled() && form->saveButton()->isEnabled());
-        if (pickFile) {
-            modalWatcher watcher;
-            watcher.handler = adminDriver::fileDialogAnswer(picture);
-            form->openButton()->click();
+        testSupport::removeSettingsFile();
+        testSupport::resetDatabase();
+    }
+
+    void roundTrip_data()
+    {
+        QTest::addColumn<QString>("typed");   // the name given in the save dialog
+        QTest::addColumn<QString>("written"); // the file that must appear
+        QTest::addColumn<QString>("account"); // empty: root, with no password
+        QTest::addColumn<QString>("password");
+        QTest::newRow("root, no dot gets .sda") << "备份" << "备份.sda" << "" << "";
+        // The triggers were made by root; an operator restores them as his own.
+        QTest::newRow("operator, other extension is compressed") << "a.b" << "a.b" << "周操作" << "a b'c";
+        QTest::newRow("operator, sql, blank and quote in password") << "b.sql" << "b.sql" << "周操作" << "a b'c";
+    }
+    void roundTrip()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, written);
+        QFETCH(QString, account);
+        QFETCH(QString, password);
+        // A quote and Chinese in values, and a column added by a supervisor.
+        insertLease({"370102202500001", "2025-03-01", 120, "张伟", "13800000001", "李娜", "13900000002", "人民路1号"});
+        insertLease({"370102202500002", "2025-04-01", 150, "O''Neil 商贸", "0531-1", "王强", "", "经十路2号"});
+        QVERIFY(exec("ALTER TABLE leasehouse ADD 朝向 enum('南','北') DEFAULT '南'"));
+        QVERIFY(exec("UPDATE leasehouse SET 朝向='北',备注='临街，二楼' WHERE 登记编号='370102202500002'"));
+        if (!account.isEmpty())
+            testSupport::createOperator(account, QString(password).replace("'", "''"), 2);
+        std::unique_ptr<mainWindow> window(testSupport::login(account.isEmpty() ? "root" : account, password));
+        const QString before = state();
+
+        modalWatcher watcher(QMessageBox::Yes);
+        watcher.handler = adminDriver::fileDialogAnswer(m_dir.filePath(typed));
+        menuAction(window.get(), "备份业务数据")->trigger();
+        QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据备份完成！"));
+        QFile file(m_dir.filePath(written));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QByteArray content = file.readAll();
+        if (!written.endsWith(".sql")) {
+            // qCompress framing: the plain length, big-endian, then zlib.
+            const QByteArray plain = qUncompress(content);
+            QCOMPARE(qFromBigEndian<quint32>(content.constData()), quint32(plain.size()));
+            content = plain;
         }
-        (stretch ? form->stretchButton() : form->tileButton())->setChecked(true);
-        form->displayBox()->setChecked(display);
-        QCOMPARE(form->stretchButton()->isEnabled(), display);
-        QCOMPARE(window.styleSheet(), live.arg(picture));
-        if (save) {
+        QVERIFY(content.contains("TRIGGER lease_delete_leaseout") && !content.contains("CREATE DATABASE"));
+
+        // Changes after the backup: a new registration, one deleted, one edited, a column added.
+        insertNumbered("3701022025", 3, "2025-05-01");
+        QVERIFY(exec("DELETE FROM lease WHERE 编号=1"));
+        QVERIFY(exec("UPDATE leaseout SET 出方电话='999' WHERE 登记编号='370102202500002'"));
+        QVERIFY(exec("ALTER TABLE leasein ADD 工作单位 char(30)"));
+        QVERIFY(state() != before);
+
+        watcher.handler = adminDriver::fileDialogAnswer(m_dir.filePath(written));
+        menuAction(window.get(), "恢复业务数据")->trigger();
+        QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据恢复完成，请重新登录！"));
+        QCOMPARE(state(), before);
+        QCOMPARE(lastLogRow(), window->operatorName() + "|恢复数据");
+        for (const auto &box : watcher.boxes)
+            QVERIFY2(box.title != "错误", qPrintable(box.text));
+    }
+
+    // Whatever a damaged .sda would still uncompress to, nothing is replayed.
+    void brokenSdaChangesNothing_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::newRow("cut in half") << qCompress(QByteArray("DELETE FROM lease;\n").repeated(50)).left(20);
+        QTest::newRow("empty file") << QByteArray();
+        QTest::newRow("plain SQL named .sda") << QByteArray("DELETE FROM lease;\n");
+    }
+    void brokenSdaChangesNothing()
+    {
+        QFETCH(QByteArray, content);
+        const QString path = m_dir.filePath("x.sda");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        file.close();
+        insertNumbered("3701022025", 1, "2025-03-01");
+        std::unique_ptr<mainWindow> window(testSupport::login());
+        const QString before = state();
+        const QStringList logBefore = testSupport::logRows();
+        modalWatcher watcher;
+        watcher.handler = adminDriver::fileDialogAnswer(path);
+        window->slotRestoreData();
+        QCOMPARE(state(), before);
+        QCOMPARE(testSupport::logRows(), logBefore);
+        QCOMPARE(watcher.lastTitle(), QString("错误"));
+        QCOMPARE(watcher.lastText(), "备份文件“" + path + "”已损坏或不完整，数据没有恢复。");
+    }
+
+    // A small backup written over a large one, restored after the large one
+    // was restored: neither the backup file nor the working file may keep the
+    // large one's tail.
+    void smallAfterLarge_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("sda") << "same.sda";
+        QTest::newRow("sql") << "same.sql";
+    }
+    void smallAfterLarge()
+    {
+        QFETCH(QString, name);
+        const QSqlDatabase db = QSqlDatabase::database();
+        for (int i = 1; i <= 200; ++i)
+            insertNumbered("3701022025", i, "2025-06-01");
+        QVERIFY(exec("UPDATE leasehouse SET 备注=REPEAT('长',500)"));
+        const QString path = m_dir.filePath(name);
+        QString problem;
+        QVERIFY2(dataBackup::backup(db, path, &problem) && dataBackup::restore(db, path, &problem), qPrintable(problem));
+        const qint64 largeSize = QFileInfo(path).size();
+        QVERIFY(exec("DELETE FROM lease WHERE 编号>1"));
+        const QString small = state();
+        QVERIFY2(dataBackup::backup(db, path, &problem), qPrintable(problem));
+        QVERIFY(QFileInfo(path).size() < largeSize / 2);
+        QVERIFY(exec("DELETE FROM lease"));
+        QVERIFY2(dataBackup::restore(db, path, &problem), qPrintable(problem));
+        QCOMPARE(state(), small);
+    }
+
+    void clearData_data()
+    {
+        QTest::addColumn<QString>("account");
+        QTest::addColumn<QDate>("date");
+        QTest::addColumn<int>("kept"); // registrations left, the latest ones
+        QTest::newRow("the chosen day itself is kept") << "周主管" << QDate(2022, 12, 31) << 2;
+        QTest::newRow("all") << "周主管" << QDate(2023, 1, 2) << 0;
+        // The quote breaks the log row, so the delete is rolled back with it.
+        QTest::newRow("log row fails") << "O'Neil" << QDate(2023, 1, 2) << 3;
+    }
+    void clearData()
+    {
+        QFETCH(QString, account);
+        QFETCH(QDate, date);
+        QFETCH(int, kept);
+        const QStringList dates{"2022-12-30", "2022-12-31", "2023-01-01"};
+        for (int i = 0; i < dates.size(); ++i) // all numbered in 2022, whatever their date
+            insertNumbered("3701022022", i + 1, dates.at(i));
+        testSupport::createOperator(account, "pw", 1);
+        std::unique_ptr<mainWindow> window(testSupport::login(account, "pw"));
+        modalWatcher watcher;
+        menuAction(window.get(), "清理业务数据")->trigger();
+        auto *form = qobject_cast<frmClearData *>(window->mdiArea()->activeSubWindow()->widget());
+        QCOMPARE(form->dateEdit()->date(), QDate(window->workDate().year() - 3, 12, 31));
+
+        form->dateEdit()->setDate(date);
+        form->yesButton()->click();
+        QCOMPARE(testSupport::count("lease"), kept);
+        // Party rows go with their registration.
+        QCOMPARE(testSupport::count("leaseout") + testSupport::count("leasein") + testSupport::count("leasehouse"), 3 * kept);
+        if (account.contains("'")) {
+            QCOMPARE(watcher.lastTitle(), QString("错误"));
+            QVERIFY(watcher.lastText().contains("syntax") && form->yesButton()->isEnabled());
+            return;
+        }
+        QVERIFY(watcher.boxes.isEmpty());
+        QCOMPARE(window->statusBar()->currentMessage(), QString("数据清理OK"));
+        QCOMPARE(lastLogRow(), account + "|清理" + date.toString("yyyy-MM-dd") + "之前业务数据");
+        QVERIFY(!form->yesButton()->isEnabled());
+        form->dateEdit()->setDate(date.addDays(1));
+        QVERIFY(form->yesButton()->isEnabled());
+    }
+
+    void background_data()
+    {
+        QTest::addColumn<bool>("display");
+        QTest::addColumn<bool>("pickFile");
+        QTest::addColumn<bool>("stretch");
+        QTest::addColumn<QString>("live");      // style sheet while the program runs (%1: the file)
+        QTest::addColumn<QString>("nextStart"); // style sheet of the next start
+        const QString grey = "QMdiArea { background-color: lightGray; } ";
+        const QString stretched = "QMdiArea { border-image: url(%1);}";
+        const QString tiled = "QMdiArea {background-image: url(%1);}";
+        QTest::newRow("stretched") << true << true << true << stretched << stretched;
+        QTest::newRow("tiled") << true << true << false << tiled << tiled;
+        QTest::newRow("shown but no picture") << true << false << true << grey << grey;
+        QTest::newRow("picture but not shown") << false << true << true << grey << grey;
+    }
+    void background()
+    {
+        QFETCH(bool, display);
+        QFETCH(bool, pickFile);
+        QFETCH(bool, stretch);
+        QFETCH(QString, live);
+        QFETCH(QString, nextStart);
+        const QString picture = m_dir.filePath("背景 图.png");
+        QVERIFY(QImage(40, 30, QImage::Format_RGB32).save(picture));
+        {
+            mainWindow window; // usable before login
+            menuAction(&window, "设置背景图片")->trigger();
+            auto *form = qobject_cast<frmSetBackground *>(window.mdiArea()->activeSubWindow()->widget());
+            QVERIFY(!form->saveButton()->isEnabled() && !form->openButton()->isEnabled());
+            form->displayBox()->setChecked(true);
+            QVERIFY(form->openButton()->isEnabled() && form->tileButton()->isEnabled() && form->saveButton()->isEnabled());
+            if (pickFile) {
+                modalWatcher watcher;
+                watcher.handler = adminDriver::fileDialogAnswer(picture);
+                form->openButton()->click();
+            }
+            (stretch ? form->stretchButton() : form->tileButton())->setChecked(true);
+            form->displayBox()->setChecked(display);
+            QCOMPARE(form->stretchButton()->isEnabled(), display);
+            QCOMPARE(window.styleSheet(), live.arg(picture));
             form->saveButton()->click();
             QCOMPARE(window.statusBar()->currentMessage(), QString("设置已保存"));
             QVERIFY(!form->saveButton()->isEnabled());
         }
+        QCOMPARE(mainWindow().styleSheet(), nextStart.arg(picture));
     }
-    QCOMPARE(mainWindow().styleSheet(), nextStart.arg(picture));
-}
 
-void tst_maintenance::defaultFee_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<int>("stored");
-    QTest::newRow("accepted") << "250" << 250;
-    QTest::newRow("upper bound") << "99999" << 99999;
-    QTest::newRow("above the range") << "100000" << 10000; // the sixth digit is refused
-    QTest::newRow("zero") << "0" << 120;                   // refused: the stored fee stays
-}
+    void defaultFee_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("stored");
+        QTest::newRow("upper bound") << "99999" << 99999;
+        QTest::newRow("above the range") << "100000" << 10000; // the sixth digit is refused
+        QTest::newRow("zero") << "0" << 120;                   // refused: the stored fee stays
+    }
+    void defaultFee()
+    {
+        QFETCH(QString, typed);
+        QFETCH(int, stored);
+        std::unique_ptr<mainWindow> window(testSupport::login());
+        modalWatcher watcher;
+        watcher.handler = [&](QWidget *w) {
+            auto *dialog = qobject_cast<QInputDialog *>(w);
+            QCOMPARE(dialog->labelText(), QString("请输入默认收费金额（单位：元）　　"));
+            auto *spin = dialog->findChild<QSpinBox *>();
+            spin->selectAll();
+            QTest::keyClicks(spin, typed);
+            dialog->accept();
+        };
+        menuAction(window.get(), "默认收费金额")->trigger();
+        QCOMPARE(watcher.boxes.value(0).title, QString("对话框"));
+        QCOMPARE(appSettings::open()->value("ZELNOR/Price").toInt(), stored);
+    }
 
-void tst_maintenance::defaultFee()
-{
-    QFETCH(QString, typed);
-    QFETCH(int, stored);
-    std::unique_ptr<mainWindow> window(testSupport::login());
-    modalWatcher watcher;
-    watcher.handler = [&](QWidget *w) {
-        auto *dialog = qobject_cast<QInputDialog *>(w);
-        QCOMPARE(dialog->labelText(), QString("请输入默认收费金额（单位：元）　　"));
-        auto *spin = dialog->findChild<QSpinBox *>();
-        spin->selectAll();
-        QTest::keyClicks(spin, typed);
-        dialog->accept();
-    };
-    action(window.get(), "默认收费金额")->trigger();
-    QCOMPARE(watcher.boxes.value(0).title, QString("对话框"));
-    QCOMPARE(appSettings::open()->value("ZELNOR/Price").toInt(), stored);
-}
-
-// The operator's guide (GB18030) must tell where the region code and the
-// office name are set, since the program has no dialog for them.
-void tst_maintenance::helpSaysWhereRegionIsSet()
-{
-    mainWindow window;
-    action(&window, "帮助说明")->trigger();
-    const QString text = qobject_cast<QTextEdit *>(window.mdiArea()->subWindowList().last()->widget())->toPlainText();
-    for (const QString &needed : {"ZELNOR.ini", "[Register]", "Region=", "地区代码", "Company=", "单位名称"})
-        QVERIFY2(text.contains(needed), qPrintable(needed));
-}
+    // The operator's guide (GB18030) must tell where the region code and the
+    // office name are set, since the program has no dialog for them.
+    void helpSaysWhereRegionIsSet()
+    {
+        mainWindow window;
+        menuAction(&window, "帮助说明")->trigger();
+        const QString text = qobject_cast<QTextEdit *>(window.mdiArea()->subWindowList().last()->widget())->toPlainText();
+        for (const QString &needed : {"ZELNOR.ini", "[Register]", "Region=", "地区代码", "Company=", "单位名称"})
+            QVERIFY2(text.contains(needed), qPrintable(needed));
+    }
+};
 
 QTEST_MAIN(tst_maintenance)
 #include "tst_maintenance.moc"

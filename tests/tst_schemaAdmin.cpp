@@ -1,21 +1,20 @@
 // Field maintenance and choice-list maintenance driven through their dialogs
-// on the real server: what SHOW COLUMNS reports afterwards, what the operator
-// reads when the server refuses, and that the record form and browse follow.
+// on the real server: what SHOW COLUMNS reports afterwards and what the
+// operator reads when the server refuses. That the record form and browse
+// follow a changed table is shown by tst_recordForm and tst_query.
 #include "adminDriver.h"
 #include "frmManageSelectedItem.h"
 #include "frmSetField.h"
-#include "frmViewLease.h"
+#include "mainWindow.h"
 #include "recordFormDriver.h"
 #include "testSupport.h"
 
 #include <QAction>
-#include <QInputDialog>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QStatusBar>
 #include <QTableWidget>
 #include <QTextEdit>
-#include <QTreeWidget>
 #include <QtTest>
 #include <memory>
 
@@ -41,9 +40,9 @@ static QString order(const QString &table)
 }
 
 // The lessor row's non-null values, whatever their columns are called now.
-static QStringList lessorValues()
+static QSet<QString> lessorValues()
 {
-    QStringList values;
+    QSet<QString> values;
     QSqlQuery q("SELECT * FROM leaseout");
     q.next();
     for (int i = 0; i < q.record().count(); ++i)
@@ -61,33 +60,9 @@ class tst_schemaAdmin : public QObject
 
     template <typename T> T *openThrough(const QString &actionText)
     {
-        for (QAction *a : m_window->findChildren<QAction *>())
-            if (a->text() == actionText)
-                a->trigger();
-        return m_window->findChildren<T *>().value(0);
-    }
-
-    // A record form opened now has the field and a new registration saves
-    // into it; browse offers the column in its field tree.
-    void checkFormsFollow(const QString &table, const QString &field, const QString &choice = QString())
-    {
-        frmRegisterLease *form = recordForm::open(m_window.get());
-        recordForm::click(form, "增加");
-        recordForm::fillRequired(form);
-        const QString value = choice.isEmpty() ? "新值" : choice;
-        if (choice.isEmpty())
-            recordForm::setLine(form, field, value);
-        else
-            recordForm::widget<QComboBox>(form, "comb" + field + "：")->setCurrentText(value);
-        const QString added = form->numberEdit()->text();
-        recordForm::click(form, "确定");
-        QCOMPARE(testSupport::scalar("SELECT " + field + " FROM " + table + " WHERE 登记编号='" + added + "'").toString(),
-                 value);
-        m_window->slotViewLease();
-        QStringList offered;
-        for (QTreeWidgetItemIterator it(m_window->findChildren<frmViewLease *>().last()->fieldTree()); *it; ++it)
-            offered << (*it)->text(0);
-        QVERIFY2(offered.contains(field), qPrintable(offered.join(',')));
+        testSupport::menuAction(m_window.get(), actionText)->trigger();
+        const QList<T *> forms = m_window->findChildren<T *>();
+        return forms.value(forms.size() - 1);
     }
 
 private slots:
@@ -98,17 +73,22 @@ private slots:
         testSupport::insertLease({"000000202500012", "2025-03-02", 120, "张伟", "", "李娜", "", "人民路12号"});
         testSupport::exec("UPDATE leaseout SET 出方类别='单位',出方地址='北京市朝阳区建国路88号'");
         m_window.reset(testSupport::login());
-        QVERIFY(!m_window->operatorName().isEmpty());
     }
     void cleanup() { m_window.reset(); }
 
+    // Opened where the crib is missing, the dialog still works and says so.
     // Protected columns cannot be edited in any cell, the hidden columns hold
-    // the loaded names, nothing is marked changed, the crib is shown.
+    // the loaded names, nothing is marked changed.
     void loadsTable()
     {
+        const QString here = QDir::currentPath();
+        QTemporaryDir empty;
+        QDir::setCurrent(empty.path());
         auto *form = openThrough<frmSetField>("数据字段维护");
+        QDir::setCurrent(here);
+        QCOMPARE(m_window->statusBar()->currentMessage(), QString("打开文件“fieldtype.txt”失败。"));
+        QCOMPARE(form->typePane()->toPlainText(), QString());
         QTableWidget *grid = form->grid();
-        QVERIFY(form->typePane()->toPlainText().startsWith("常用字段类型参考\n"));
         QVERIFY(grid->isColumnHidden(5) && grid->isColumnHidden(6));
         QStringList locked;
         for (int t = 0; t < 3; ++t) {
@@ -126,6 +106,7 @@ private slots:
             }
         }
         QCOMPARE(locked.join(','), QString("登记编号,出方名称,出方电话,登记编号,承方名称,承方电话,登记编号,房屋坐落"));
+        QVERIFY(openThrough<frmSetField>("数据字段维护")->typePane()->toPlainText().startsWith("常用字段类型参考\n"));
     }
 
     void fieldSave_data()
@@ -134,45 +115,32 @@ private slots:
         QTest::addColumn<QString>("order");      // leaseout's columns afterwards
         QTest::addColumn<QStringList>("detail"); // some of them as SHOW COLUMNS has them
         QTest::addColumn<QString>("boxes");      // every box the operator saw
-        QTest::addColumn<QString>("formField");  // a text field the forms must offer now
-        const QString base = baseOrder, syntax = "句法错误，请检查“%1 AFTER 委托代理人”。", tail = " QMYSQL: Unable to execute query";
+        const QString base = baseOrder, syntax = "句法错误，请检查“%1”。", tail = " QMYSQL: Unable to execute query";
         auto row = [](const char *name, const QString &steps, const QString &order, const QString &detail,
-                      const QString &boxes, const QString &formField = QString()) {
-            QTest::newRow(name) << steps.split(';') << order << detail.split(';', Qt::SkipEmptyParts) << boxes << formField;
+                      const QString &boxes) {
+            QTest::newRow(name) << steps.split(';') << order << detail.split(';', Qt::SkipEmptyParts) << boxes;
         };
-        row("rename with type change", "~出方地址|联系地址|varchar(120)", QString(base).replace("出方地址", "联系地址"),
-            "联系地址 varchar(120) YES -", "", "联系地址");
-        row("insert at the top", "^档案号|varchar(20)|NO|无", "档案号," + base, "档案号 varchar(20) NO 无", "", "档案号");
+        row("insert at the top, rename with type change, drop",
+            "^档案号|varchar(20)|NO|无;~出方地址|联系地址|varchar(120);-委托代理人",
+            "档案号," + QString(base).replace("出方地址", "联系地址").remove(",委托代理人"),
+            "联系地址 varchar(120) YES -;档案号 varchar(20) NO 无", "确定删除第 9 行吗？");
         row("add below another new row", "+紧急联系人|varchar(20)|YES|;+紧急电话|varchar(20)|no|无", base + ",紧急联系人,紧急电话",
-            "紧急联系人 varchar(20) YES -;紧急电话 varchar(20) NO 无", "", "紧急电话");
+            "紧急联系人 varchar(20) YES -;紧急电话 varchar(20) NO 无", "");
         // A reorder resets every column to nullable without default; the
         // primary key stays NOT NULL because the server insists.
-        row("move down", ">出方类别|5", "登记编号,出方名称,出方证件类型,出方证件号码,出方类别,出方电话,出方地址,委托代理人",
-            "登记编号 char(15) NO -;出方名称 varchar(60) YES -;出方类别 enum('个人','单位') YES -", "", "出方地址");
-        row("move the last up to the first", ">委托代理人|1", "委托代理人," + QString(base).remove(",委托代理人"),
-            "出方证件类型 enum('居民身份证','营业执照','护照','军官证','其他') YES -", "", "委托代理人");
+        row("move down, move the last up to the first", ">出方类别|5;>委托代理人|1",
+            "委托代理人,登记编号,出方名称,出方证件类型,出方证件号码,出方类别,出方电话,出方地址",
+            "登记编号 char(15) NO -;出方名称 varchar(60) YES -;出方类别 enum('个人','单位') YES -", "");
         row("move to its own place, then rename and move", ">出方类别|3;~出方地址|住址;>住址|3",
-            "登记编号,出方名称,住址,出方类别,出方证件类型,出方证件号码,出方电话,委托代理人", "住址 varchar(100) YES -", "", "住址");
-        row("drop", "-委托代理人", QString(base).remove(",委托代理人"), "", "确定删除第 8 行吗？");
+            "登记编号,出方名称,住址,出方类别,出方证件类型,出方证件号码,出方电话,委托代理人", "住址 varchar(100) YES -", "");
         // Refusals: what was applied stays, the grid shows the table again,
         // and a failed retype never costs the column its data.
         row("deleted and re-added in one save", "-委托代理人;+委托代理人|varchar(10)|YES|", base, "委托代理人 varchar(40) YES -",
             "确定删除第 8 行吗？|Duplicate column name '委托代理人'" + tail);
         row("apostrophe in a default, after a rename", "~出方证件号码|证件号码;+备用|varchar(10)|YES|O'Neil",
-            QString(base).replace("出方证件号码", "证件号码"), "证件号码 varchar(30) YES -", syntax.arg("'"));
+            QString(base).replace("出方证件号码", "证件号码"), "证件号码 varchar(30) YES -", syntax.arg("' AFTER 委托代理人"));
         row("choice retyped below stored data", "~出方类别||enum('个人')", base, "出方类别 enum('个人','单位') YES 个人",
             "失败：“出方类别”列已存在数据，不能对此同步修改或删除。");
-        row("renamed and shortened below stored data", "~出方地址|地址|varchar(4)", base, "出方地址 varchar(100) YES -",
-            "Data too long for column '地址' at row 1" + tail);
-        row("blank in a name", "+联系 地址|varchar(20)|YES|", base, "", "Unknown data type: '地址'" + tail);
-        row("quote in a name", "+a'b|varchar(20)|YES|", base, "", syntax.arg("'b varchar(20)  NULL"));
-        row("backtick in a name", "+a`b|varchar(20)|YES|", base, "", syntax.arg("`b varchar(20)  NULL"));
-        row("reserved word", "+select|varchar(20)|YES|", base, "", syntax.arg("select varchar(20)  NULL"));
-        row("empty row", "+|||", base, "", syntax.arg("NULL"));
-        row("duplicate name", "+出方电话|varchar(20)|YES|", base, "", "Duplicate column name '出方电话'" + tail);
-        row("unknown type", "+新字段|varchr(20)|YES|", base, "", "Unknown data type: 'varchr'" + tail);
-        row("length too large", "+新字段|varchar(99999)|YES|", base, "",
-            "Column length too big for column '新字段' (max = 21844); use BLOB or TEXT instead" + tail);
     }
     void fieldSave()
     {
@@ -180,13 +148,11 @@ private slots:
         QFETCH(QString, order);
         QFETCH(QStringList, detail);
         QFETCH(QString, boxes);
-        QFETCH(QString, formField);
-        const QStringList before = lessorValues();
+        const QSet<QString> before = lessorValues();
         auto *form = openThrough<frmSetField>("数据字段维护");
         modalWatcher watcher(QMessageBox::Yes);
         for (const QString &step : steps)
             adminDriver::fieldStep(form, watcher, step);
-        QVERIFY(form->saveButton()->isEnabled());
         recordForm::click(form, "保存");
 
         QStringList seen;
@@ -198,17 +164,13 @@ private slots:
         const QStringList now = columns("leaseout");
         for (const QString &d : detail)
             QVERIFY2(now.contains(d), qPrintable(now.join(" | ")));
-        const QStringList after = lessorValues(); // renames, moves and refusals keep every stored value
-        for (const QString &value : before)
-            QVERIFY2(after.contains(value), qPrintable(value));
+        QVERIFY(lessorValues().contains(before)); // renames, moves and refusals keep every stored value
         QCOMPARE(gridColumn(form->grid(), frmSetField::colName).join(','), order);
         QVERIFY(!form->saveButton()->isEnabled());
-        const bool failed = !seen.isEmpty() && seen.last() != "确定删除第 8 行吗？";
+        const bool failed = !seen.isEmpty() && !seen.last().startsWith("确定删除");
         QCOMPARE(testSupport::count("log WHERE 描述='维护数据字段'"), failed ? 0 : 1);
         if (!failed)
             QCOMPARE(m_window->statusBar()->currentMessage(), QString("保存OK."));
-        if (!formField.isEmpty())
-            checkFormsFollow("leaseout", formField);
     }
 
     // The server here speaks MariaDB only; the MySQL wording is cut the same way.
@@ -220,35 +182,16 @@ private slots:
                  QString("句法错误，请检查“Neil' FIRST”。"));
     }
 
-    // Without the crib the dialog still works and says what is missing.
-    void missingCrib()
-    {
-        const QString here = QDir::currentPath();
-        QTemporaryDir empty;
-        QDir::setCurrent(empty.path());
-        auto *form = openThrough<frmSetField>("数据字段维护");
-        QDir::setCurrent(here);
-        QCOMPARE(m_window->statusBar()->currentMessage(), QString("打开文件“fieldtype.txt”失败。"));
-        QCOMPARE(form->typePane()->toPlainText(), QString());
-        QCOMPARE(gridColumn(form->grid(), frmSetField::colName).join(','), baseOrder);
-    }
-
     void choiceSave_data()
     {
         QTest::addColumn<QString>("column");
         QTest::addColumn<QStringList>("steps"); // "+text" appends a row (typed into when given), "-text" deletes it
         QTest::addColumn<QString>("type");      // the column's type afterwards
         QTest::addColumn<QString>("box");
-        QTest::newRow("add a value") << "出方类别" << QStringList{"+其他"} << "enum('个人','单位','其他')" << "";
-        QTest::newRow("remove an unused value") << "房屋结构" << QStringList{"-砖木"} << "enum('钢混','砖混','其他')" << "";
-        QTest::newRow("empty rows squeezed out") << "房屋用途" << QStringList{"+", "+  ", "+商铺", "+"}
-                                                 << "enum('住宅','商业','办公','厂房','仓储','其他','商铺')" << "";
-        QTest::newRow("remove a value in use") << "出方类别" << QStringList{"-单位"} << "enum('个人','单位')"
+        QTest::newRow("remove an unused value, empty rows squeezed out")
+            << "房屋结构" << QStringList{"-砖木", "+", "+  ", "+商铺", "+"} << "enum('钢混','砖混','其他','商铺')" << "";
+        QTest::newRow("remove a value in use") << "出方类别" << QStringList{"-单位", "+其他"} << "enum('个人','单位')"
                                                << "“出方类别”列已存在原数据，不能对此同步修改或删除。";
-        QTest::newRow("remove every value")
-            << "承方类别" << QStringList{"-个人", "-单位"} << "enum('个人','单位')"
-            << "You have an error in your SQL syntax; check the manual that corresponds to your MariaDB server version "
-               "for the right syntax to use near ')' at line 1 QMYSQL: Unable to execute query";
     }
     void choiceSave()
     {
@@ -286,7 +229,6 @@ private slots:
         QCOMPARE(form->fieldBox()->isEnabled(), box.isEmpty());
         if (box.isEmpty()) {
             QCOMPARE(m_window->statusBar()->currentMessage(), QString("保存OK"));
-            checkFormsFollow(table, column, expected.last());
         } else {
             recordForm::click(form, "放弃");
             QCOMPARE(gridColumn(form->grid(), 0), stored);
