@@ -96,6 +96,9 @@ bool backup(const QSqlDatabase &db, const QString &fileName, QString *problem, i
     dump.setWorkingDirectory(QCoreApplication::applicationDirPath());
     // Truncated for the same reason as replaceContent(): no stale tail.
     dump.setStandardOutputFile(dumpTarget, QIODevice::Truncate);
+    // Nothing is typed to the tool: a password prompt reads end-of-file and
+    // fails at once instead of waiting for ever.
+    dump.setStandardInputFile(QProcess::nullDevice());
     dump.start(QStringLiteral("mysqldump"), dumpArguments(db));
     if (!dump.waitForStarted())
         return fail(problem, QStringLiteral("无法运行mysqldump程序：%1").arg(dump.errorString()));
