@@ -156,13 +156,16 @@ void tst_login::autoStartThenTcpOnly()
         settings->setValue("Server/AutoStop", true);
         settings->setValue("Server/BinDir", QString("\"%1\" run \"%2\"").arg(script, server));
     }
-    // A second click while the server comes up must neither start a second
-    // server nor log in twice.
-    QTimer::singleShot(50, [] {
+    // While the server comes up the button is off, and a second login (the
+    // window is repainted meanwhile) must neither start a second server nor
+    // log in twice.
+    QString during;
+    QTimer::singleShot(50, [&during] {
         for (QWidget *top : QApplication::topLevelWidgets())
-            for (frmLogin *form : top->findChildren<frmLogin *>())
-                if (form->isVisible())
-                    form->loginButton()->click();
+            for (frmLogin *form : top->findChildren<frmLogin *>()) {
+                during += form->loginButton()->isEnabled() ? "enabled" : "disabled";
+                form->btLoginClicked();
+            }
     });
     QElapsedTimer clock;
     clock.start();
@@ -170,6 +173,7 @@ void tst_login::autoStartThenTcpOnly()
     // The wait ends when the server answers, long before the nine-second ceiling.
     QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
     QCOMPARE(window->level(), 0);
+    QCOMPARE(during, QString("disabled"));
     QCOMPARE(testSupport::count("zelnor.log WHERE 描述='登录系统'"), 1);
     QProcess *started = window->serverProcess();
     QVERIFY(started && started->state() == QProcess::Running);
