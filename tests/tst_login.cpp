@@ -54,9 +54,10 @@ private:
 static const char *const deadSocket = "/tmp/zelnor-no-server.sock";
 
 // Runs the current test function again in a child process pointed at the
-// given socket, port and my.cnf folder; true in the parent once the child
-// passed, false in the child, which then goes on with the test body.
-static bool ranInChild(const QString &socket, int port = 1, const QString &home = QString())
+// given socket and port (and the my.cnf beside the socket); true in the
+// parent once the child passed, false in the child, which then goes on with
+// the test body.
+static bool ranInChild(const QString &socket, int port = 1)
 {
     if (testSupport::isChild())
         return false;
@@ -64,7 +65,7 @@ static bool ranInChild(const QString &socket, int port = 1, const QString &home 
     if (QTest::currentDataTag())
         function += ':' + QString::fromUtf8(QTest::currentDataTag());
     QString output;
-    if (testSupport::runInChild(function, socket, port, home.isEmpty() ? QFileInfo(socket).path() : home, &output) != 0)
+    if (testSupport::runInChild(function, socket, port, QFileInfo(socket).path(), &output) != 0)
         QTest::qFail(qPrintable("child process failed:\n" + output), __FILE__, __LINE__);
     return true;
 }
