@@ -17,8 +17,6 @@
 #include <QSqlError>
 #include <QStatusBar>
 
-int frmLogin::serverStartWaitMs = 9000;
-
 frmLogin::frmLogin(mainWindow *owner)
     : QWidget(owner), m_owner(owner)
 {

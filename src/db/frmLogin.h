@@ -20,7 +20,7 @@ public:
     explicit frmLogin(mainWindow *owner);
 
     // The longest wait for a freshly started server to answer.
-    static int serverStartWaitMs;
+    static constexpr int serverStartWaitMs = 9000;
 
     QLineEdit *serverEdit() const { return linServer; }
     QComboBox *nameBox() const { return cbxName; }

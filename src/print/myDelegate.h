@@ -26,7 +26,6 @@ public:
                    const QModelIndex &index) override;
     static QString fontCaption(const QFont &font);
 
-    const QStringList &alignments() const { return m_alignments; }
     const QStringList &conversions() const { return m_conversions; }
 
 public slots:
