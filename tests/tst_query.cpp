@@ -283,6 +283,37 @@ private slots:
                                              : QStringLiteral("信息：共搜索到 %1条记录.").arg(numbers.size()));
     }
 
+    // Over more than a year the matching numbers are found table by table
+    // before the join; the rows must be those the one-year plan would give.
+    void keywordOverYears_data()
+    {
+        QTest::addColumn<QString>("keyword");
+        QTest::addColumn<QDate>("to");
+        QTest::addColumn<QStringList>("numbers");
+        QTest::newRow("name of either party, both years")
+            << "张" << QDate(2026, 12, 31) << QStringList{"370102202500001", "370102202600001", "370102202600123"};
+        QTest::newRow("range end honoured") << "张" << QDate(2025, 12, 31) << QStringList{"370102202500001"};
+        QTest::newRow("location only; lease without lessor skipped")
+            << "和平路" << QDate(2026, 12, 31) << QStringList{"370102202600001"};
+        QTest::newRow("number suffix") << "00001" << QDate(2026, 12, 31)
+                                       << QStringList{"370102202500001", "370102202600001"};
+        QTest::newRow("either telephone")
+            << "123456" << QDate(2026, 12, 31)
+            << QStringList{"370102202600001", "370102202600023", "370102202612345"};
+        QTest::newRow("a quote breaks it like the one-year statement") << "张'" << QDate(2026, 12, 31)
+                                                                        << QStringList{};
+    }
+
+    void keywordOverYears()
+    {
+        QFETCH(QString, keyword);
+        QFETCH(QDate, to);
+        QFETCH(QStringList, numbers);
+        auto *form = openForm<frmSearchLease>(QDate(2017, 1, 1), to);
+        search(form, QStringLiteral("2"));
+        QCOMPARE(search(form, keyword), numbers);
+    }
+
     void searchColumnsAndDates()
     {
         auto *form = openForm<frmSearchLease>();

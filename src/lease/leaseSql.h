@@ -25,6 +25,21 @@ inline QString joinedView(const QString &lease = QStringLiteral("lease"))
 // as the whole decade; the hint keeps it to the rows of the range.
 inline QString joinedViewByDate() { return joinedView(QStringLiteral("lease FORCE INDEX (登记日期)")); }
 
+// The joined view driven by a small set of numbers: `hits` is a derived
+// table of 登记编号 (a subquery with its alias), read first, so only its rows
+// are joined (SELECT STRAIGHT_JOIN keeps that order). lease is reached by its
+// unique key through the same equivalence as numberKey() below; the
+// expression stays, so the rows are exactly those of joinedView().
+inline QString joinedViewOf(const QString &hits)
+{
+    return QStringLiteral("FROM ") + hits
+        + QStringLiteral(" JOIN leaseout USING (登记编号) LEFT JOIN leasein USING (登记编号) "
+                         "LEFT JOIN leasehouse USING (登记编号),lease WHERE ")
+        + numberExpr()
+        + QStringLiteral("=leaseout.登记编号 AND lease.地区=LEFT(leaseout.登记编号,6) "
+                         "AND lease.年度=SUBSTRING(leaseout.登记编号,7,4) AND lease.编号=SUBSTRING(leaseout.登记编号,11)");
+}
+
 // Conditions on lease equivalent to numberExpr()='<number>' that the unique
 // key 登记编号 (地区,年度,编号) can serve: the expression itself can use no
 // index, so alone it reads every registration. The program only ever writes a
