@@ -155,6 +155,8 @@ private:
     frmRegisterLease *openRecordForm() { return open<frmRegisterLease>(QStringLiteral("登记备案")); }
     // The record form on the registration, typed into its number field.
     frmRegisterLease *openRegistration(const QString &number);
+    // A record form in 增加 with the three names every registration needs.
+    frmRegisterLease *startAdding(const QString &lessor, const QString &lessee, const QString &location);
     // Logs in through the open login form and checks that starting the
     // server, where the login had to, did not take the whole ceiling.
     void login(const QString &name, const QString &password);
@@ -494,17 +496,26 @@ void tst_officeDay::printLayoutIsSet()
     click(form, "退出");
 }
 
-void tst_officeDay::registrationWithAChoice()
+frmRegisterLease *tst_officeDay::startAdding(const QString &lessor, const QString &lessee,
+                                             const QString &location)
 {
     frmRegisterLease *form = openRecordForm();
-    QVERIFY(form);
+    if (!form)
+        return nullptr;
     click(form, "增加");
+    setLine(form, "出方名称", lessor);
+    setLine(form, "承方名称", lessee);
+    setLine(form, "房屋坐落", location);
+    return form;
+}
+
+void tst_officeDay::registrationWithAChoice()
+{
+    frmRegisterLease *form = startAdding("张伟", "李娜", "城关镇人民路12号");
+    QVERIFY(form);
     QCOMPARE(form->numberEdit()->text(), number(1));
     QCOMPARE(shown(form, "spinFee"), QString("150")); // the default fee set this morning
-    setLine(form, "出方名称", "张伟");
     setLine(form, "出方电话", "13805710001");
-    setLine(form, "承方名称", "李娜");
-    setLine(form, "房屋坐落", "城关镇人民路12号");
     widget<QComboBox>(form, "comb房屋用途：")->setCurrentText("商业");
     click(form, "确定");
     QCOMPARE(boxesSeen(), QStringList());
@@ -524,14 +535,10 @@ void tst_officeDay::registrationWithAChoice()
 
 void tst_officeDay::registrationValidForTwoDays()
 {
-    frmRegisterLease *form = openRecordForm();
+    frmRegisterLease *form = startAdding("王芳", "刘洋", "解放路3号");
     QVERIFY(form);
-    click(form, "增加");
     QCOMPARE(form->numberEdit()->text(), number(2));
-    setLine(form, "出方名称", "王芳");
-    setLine(form, "承方名称", "刘洋");
     setLine(form, "承方电话", "13912345678");
-    setLine(form, "房屋坐落", "解放路3号");
     widget<QSpinBox>(form, "spinFee")->setValue(200);
     const QDate today = m_window->workDate();
     widget<QDateEdit>(form, "dateYXQ")->setDate(today);
@@ -555,13 +562,9 @@ void tst_officeDay::registrationValidForTwoDays()
 
 void tst_officeDay::quoteInANameIsRefusedThenCorrected()
 {
-    frmRegisterLease *form = openRecordForm();
+    frmRegisterLease *form = startAdding("陈'静", "赵磊", "和平路99号");
     QVERIFY(form);
-    click(form, "增加");
     QCOMPARE(form->numberEdit()->text(), number(3));
-    setLine(form, "出方名称", "陈'静");
-    setLine(form, "承方名称", "赵磊");
-    setLine(form, "房屋坐落", "和平路99号");
     click(form, "确定");
     // The quote ends the value early; the operator reads the server's own words.
     QCOMPARE(boxesSeen(),
@@ -737,13 +740,9 @@ void tst_officeDay::houseColumnIsAdded()
 
 void tst_officeDay::nextRegistrationFillsTheNewColumn()
 {
-    frmRegisterLease *form = openRecordForm();
+    frmRegisterLease *form = startAdding("孙丽", "周强", "延安路8号");
     QVERIFY(form);
-    click(form, "增加");
     QCOMPARE(form->numberEdit()->text(), number(3)); // the deleted one's number is free again
-    setLine(form, "出方名称", "孙丽");
-    setLine(form, "承方名称", "周强");
-    setLine(form, "房屋坐落", "延安路8号");
     setLine(form, deedColumn, deedNumber);
     click(form, "确定");
     QCOMPARE(boxesSeen(), QStringList());
@@ -772,13 +771,9 @@ void tst_officeDay::purposeChoiceIsAddedAndUsed()
     QCOMPARE(column.value(1).toString(), QString("enum('住宅','商业','办公','厂房','仓储','其他','商铺')"));
     click(items, "退出");
 
-    frmRegisterLease *form = openRecordForm();
+    frmRegisterLease *form = startAdding("吴刚", "郑敏", "中山路66号");
     QVERIFY(form);
-    click(form, "增加");
     QCOMPARE(form->numberEdit()->text(), number(4));
-    setLine(form, "出方名称", "吴刚");
-    setLine(form, "承方名称", "郑敏");
-    setLine(form, "房屋坐落", "中山路66号");
     auto *purpose = widget<QComboBox>(form, "comb房屋用途：");
     QCOMPARE(purpose->itemText(purpose->count() - 1), QString("商铺"));
     purpose->setCurrentText("商铺");
