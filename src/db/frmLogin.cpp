@@ -148,6 +148,15 @@ void frmLogin::waitForServer(QProcess *server)
     }
 }
 
+// A wrong name or password, and an empty name, read the same to the operator.
+int frmLogin::refuseLogin()
+{
+    QApplication::beep();
+    m_owner->statusBar()->showMessage(QStringLiteral("登录失败，姓名或密码错误"), 2000);
+    cbxName->setFocus();
+    return -1;
+}
+
 int frmLogin::attemptOpen()
 {
     QSqlDatabase &db = m_owner->connection();
@@ -155,10 +164,7 @@ int frmLogin::attemptOpen()
         return 1;
     const QString code = db.lastError().nativeErrorCode();
     if (code == QLatin1String("1045")) {
-        QApplication::beep();
-        m_owner->statusBar()->showMessage(QStringLiteral("登录失败，姓名或密码错误"), 2000);
-        cbxName->setFocus();
-        return -1;
+        return refuseLogin();
     }
     if (noServerAnswered(db.lastError()))
         return 0;
@@ -189,10 +195,7 @@ int frmLogin::openConnection()
     // The client library logs in as the operating-system user when the user
     // name is empty; an empty name must be refused like a wrong one instead.
     if (cbxName->currentText().isEmpty()) {
-        QApplication::beep();
-        m_owner->statusBar()->showMessage(QStringLiteral("登录失败，姓名或密码错误"), 2000);
-        cbxName->setFocus();
-        return -1;
+        return refuseLogin();
     }
     const QString account = myTools::accountName(cbxName->currentText());
 

@@ -36,6 +36,7 @@ public slots:
 private:
     // 1 opened, 0 no server answered, -1 refused (already reported).
     int attemptOpen();
+    int refuseLogin();
     // Steps of the login up to an open connection; the result as attemptOpen's.
     int openConnection();
     void waitForServer(QProcess *server);
