@@ -51,22 +51,32 @@ frmViewLease::frmViewLease(mainWindow *opener)
     m_table = new QTableWidget;
     queryForm::setupResultTable(m_table);
 
-    auto *controls = new QHBoxLayout;
-    controls->addWidget(new QLabel(QStringLiteral("登记日期：")));
-    controls->addWidget(m_from);
-    controls->addWidget(new QLabel(QStringLiteral("—")));
-    controls->addWidget(m_to);
-    controls->addStretch(1);
-    for (QPushButton *button : {m_view, m_export, m_detail, m_sum, exit})
-        controls->addWidget(button);
+    // Two rows of buttons, so the form keeps every control whole down to
+    // 800 pixels wide: above, the date range and what works on it (browse,
+    // fee total); below the table, what works on its rows.
+    auto *range = new QHBoxLayout;
+    range->addWidget(new QLabel(QStringLiteral("登记日期：")));
+    range->addWidget(m_from);
+    range->addWidget(new QLabel(QStringLiteral("—")));
+    range->addWidget(m_to);
+    range->addWidget(m_view);
+    range->addWidget(m_sum);
+    range->addStretch(1);
+    auto *rows = new QHBoxLayout;
+    rows->addStretch(1);
+    for (QPushButton *button : {m_export, m_detail, exit})
+        rows->addWidget(button);
 
+    auto *results = new QVBoxLayout;
+    results->addWidget(m_table, 1);
+    results->addLayout(rows);
     auto *body = new QHBoxLayout;
     body->addWidget(m_tree);
-    body->addWidget(m_table, 1);
+    body->addLayout(results, 1);
     m_tree->setMaximumWidth(200);
 
     auto *layout = new QVBoxLayout(this);
-    layout->addLayout(controls);
+    layout->addLayout(range);
     layout->addLayout(body, 1);
 
     connect(m_tree, &QTreeWidget::itemChanged, this, &frmViewLease::treeFieldItemCheckChanged);
