@@ -19,10 +19,7 @@ frmClearData::frmClearData(mainWindow *opener)
     m_date = new QDateEdit;
     m_date->setDisplayFormat(QStringLiteral("yyyy-MM-dd"));
     m_date->setCalendarPopup(true);
-    // The working date is the program's today; before it is known, the clock's.
-    const QDate today = opener->workDate().isValid() ? opener->workDate() : QDate::currentDate();
-    m_date->setDate(QDate::fromString(QString::number(today.year() - 3) + QStringLiteral("-12-31"),
-                                      QStringLiteral("yyyy-MM-dd")));
+    m_date->setDate(QDate(opener->today().year() - 3, 12, 31));
     auto *label = new QLabel(QStringLiteral("日期(&D):"));
     label->setBuddy(m_date);
     // The delete keeps rows of the chosen day itself although the note says

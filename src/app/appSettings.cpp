@@ -22,4 +22,6 @@ std::unique_ptr<QSettings> open()
     return settings;
 }
 
+int defaultFee() { return open()->value(key::price, 120).toInt(); }
+
 } // namespace appSettings

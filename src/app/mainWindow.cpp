@@ -181,13 +181,13 @@ void mainWindow::createToolBar()
 
 void mainWindow::createStatusBar()
 {
-    m_caption = new QLabel(QStringLiteral(" 状态："));
+    auto *caption = new QLabel(QStringLiteral(" 状态："));
     m_message = new QLabel;
     m_message->setIndent(3);
     m_dateLabel = new QLabel(QStringLiteral("    -  -  "));
     m_operatorLabel = new QLabel(QStringLiteral("操作员："));
     m_levelLabel = new QLabel(QStringLiteral("级别："));
-    for (QLabel *label : {m_caption, m_message, m_dateLabel, m_operatorLabel, m_levelLabel})
+    for (QLabel *label : {caption, m_message, m_dateLabel, m_operatorLabel, m_levelLabel})
         statusBar()->addWidget(label);
 }
 
@@ -196,12 +196,12 @@ void mainWindow::readSettings()
     auto settings = appSettings::open();
     m_region = settings->value(QStringLiteral("Register/Region"), QStringLiteral("000000")).toString();
     m_company = settings->value(QStringLiteral("Register/Company"), QString()).toString();
-    m_bgFile = settings->value(QStringLiteral("Background/FileName"), QString()).toString();
-    m_bgDisplay = settings->value(QStringLiteral("Background/Display"), false).toBool();
-    m_bgFill = settings->value(QStringLiteral("Background/FillTo"), true).toBool();
-    m_toolBar->setVisible(settings->value(QStringLiteral("ToolBar/Display"), true).toBool());
+    m_bgFile = settings->value(appSettings::key::backgroundFile, QString()).toString();
+    m_bgDisplay = settings->value(appSettings::key::backgroundDisplay, false).toBool();
+    m_bgFill = settings->value(appSettings::key::backgroundFill, true).toBool();
+    m_toolBar->setVisible(settings->value(appSettings::key::toolBarDisplay, true).toBool());
     connect(m_toolBar, &QToolBar::visibilityChanged, this, &mainWindow::saveToolBarsState);
-    m_autoStop = settings->value(QStringLiteral("Server/AutoStop"), false).toBool();
+    m_autoStop = settings->value(appSettings::key::serverAutoStop, false).toBool();
 }
 
 void mainWindow::setLevel(int level)
@@ -334,10 +334,9 @@ void mainWindow::slotManageServer() { openForm(new frmManageServer(this)); }
 
 void mainWindow::slotBackupData()
 {
-    const QDate today = m_workDate.isValid() ? m_workDate : QDate::currentDate();
     QString name = QFileDialog::getSaveFileName(
         this, QStringLiteral("备份业务数据"),
-        m_db.databaseName() + today.toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".sda"),
+        m_db.databaseName() + today().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".sda"),
         QStringLiteral("压缩格式 (*.sda);;文本格式 (*.sql)"));
     if (name.isEmpty())
         return;
@@ -413,12 +412,12 @@ void mainWindow::slotClearLog()
 
 void mainWindow::slotSetPrice()
 {
-    int price = appSettings::open()->value(QStringLiteral("/ZELNOR/Price"), 120).toInt();
     bool ok = false;
-    price = QInputDialog::getInt(this, QStringLiteral("对话框"),
-                                 QStringLiteral("请输入默认收费金额（单位：元）　　"), price, 1, 99999, 1, &ok);
+    const int price = QInputDialog::getInt(this, QStringLiteral("对话框"),
+                                           QStringLiteral("请输入默认收费金额（单位：元）　　"),
+                                           appSettings::defaultFee(), 1, 99999, 1, &ok);
     if (ok)
-        appSettings::open()->setValue(QStringLiteral("/ZELNOR/Price"), price);
+        appSettings::open()->setValue(appSettings::key::price, price);
 }
 
 void mainWindow::slotHelp()
@@ -453,7 +452,7 @@ void mainWindow::slotAbout()
 
 void mainWindow::saveToolBarsState()
 {
-    appSettings::open()->setValue(QStringLiteral("/ToolBar/Display"), m_toolBar->isVisible());
+    appSettings::open()->setValue(appSettings::key::toolBarDisplay, m_toolBar->isVisible());
 }
 
 void mainWindow::keyPressEvent(QKeyEvent *event)
@@ -468,10 +467,8 @@ void mainWindow::keyPressEvent(QKeyEvent *event)
 
 void mainWindow::closeEvent(QCloseEvent *event)
 {
-    if (m_db.isOpen()) {
-        QSqlQuery query(m_db);
-        query.exec(operationLog::insertSql(m_operatorName, QStringLiteral("退出系统")));
-    }
+    if (m_db.isOpen())
+        operationLog::write(m_operatorName, QStringLiteral("退出系统"));
     event->accept();
     if (m_serverProcess && m_autoStop)
         stopStartedServer();

@@ -28,6 +28,8 @@ public:
     QString region() const { return m_region; }
     QString company() const { return m_company; }
     QDate workDate() const { return m_workDate; }
+    // The working date once logged in; before that, the clock's.
+    QDate today() const { return m_workDate.isValid() ? m_workDate : QDate::currentDate(); }
     QLabel *messageLabel() const { return m_message; }
     QMdiArea *mdiArea() const { return m_mdi; }
     bool autoStop() const { return m_autoStop; }
@@ -107,7 +109,6 @@ private:
 
     QMdiArea *m_mdi = nullptr;
     QToolBar *m_toolBar = nullptr;
-    QLabel *m_caption = nullptr;
     QLabel *m_message = nullptr;
     QLabel *m_dateLabel = nullptr;
     QLabel *m_operatorLabel = nullptr;

@@ -10,11 +10,10 @@ QString insertSql(const QString &user, const QString &description)
         + QStringLiteral("',描述='") + description + QLatin1Char('\'');
 }
 
-QSqlError write(const QString &user, const QString &description)
+void write(const QString &user, const QString &description)
 {
     QSqlQuery query;
     query.exec(insertSql(user, description));
-    return query.lastError();
 }
 
 } // namespace operationLog

@@ -1,7 +1,6 @@
 #ifndef OPERATIONLOG_H
 #define OPERATIONLOG_H
 
-#include <QSqlError>
 #include <QString>
 
 // One row of the log table per significant operation. The time is always the
@@ -10,10 +9,9 @@ namespace operationLog {
 
 QString insertSql(const QString &user, const QString &description);
 
-// Runs the insert on the default connection and returns its error (type
-// NoError on success). Most callers ignore it: a failed log row does not undo
-// the operation it records.
-QSqlError write(const QString &user, const QString &description);
+// Runs the insert on the default connection. A failure is not reported: a
+// missing log row does not undo the operation it records.
+void write(const QString &user, const QString &description);
 
 } // namespace operationLog
 

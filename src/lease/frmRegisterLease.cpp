@@ -173,7 +173,7 @@ QGroupBox *frmRegisterLease::buildFeeGroup()
     spinFee->setObjectName(QStringLiteral("spinFee"));
     spinFee->setRange(0, 99999);
     spinFee->setToolTip(QStringLiteral("可通过 菜单/设置维护/默认收费金额 进行默认设置"));
-    spinFee->setValue(defaultFee());
+    spinFee->setValue(appSettings::defaultFee());
     form->addRow(QStringLiteral("金额（元）："), spinFee);
     return group;
 }
@@ -197,11 +197,6 @@ QWidget *frmRegisterLease::buildButtonFrame()
     btPrint = add(QStringLiteral("打印(&P)"), &frmRegisterLease::btPrintClicked);
     btExit = add(QStringLiteral("退出(&E)"), &frmRegisterLease::btExitClicked);
     return frame;
-}
-
-int frmRegisterLease::defaultFee() const
-{
-    return appSettings::open()->value(QStringLiteral("/ZELNOR/Price"), 120).toInt();
 }
 
 // --- fields -----------------------------------------------------------------
@@ -366,7 +361,7 @@ void frmRegisterLease::applyButtonState()
 void frmRegisterLease::btAddClicked()
 {
     resetRecord();
-    spinFee->setValue(defaultFee());
+    spinFee->setValue(appSettings::defaultFee());
     linDJBH->setText(myTools().nextRegisterNumber(m_opener->region(), dateDJRQ->date()));
     setMode(modeAdd);
     m_partyGroups.first()->setFocus();

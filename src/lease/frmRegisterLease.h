@@ -79,7 +79,6 @@ private:
     void applyButtonState();
     bool armChange();
     QStringList saveStatements(const QString &number) const;
-    int defaultFee() const;
 
     mainWindow *m_opener;
     QString m_mode;

@@ -81,9 +81,9 @@ void frmSetBackground::btOpenClicked()
 void frmSetBackground::btSaveClicked()
 {
     auto settings = appSettings::open();
-    settings->setValue(QStringLiteral("/Background/FileName"), m_fileName);
-    settings->setValue(QStringLiteral("/Background/Display"), m_display->isChecked());
-    settings->setValue(QStringLiteral("/Background/FillTo"), m_stretch->isChecked());
+    settings->setValue(appSettings::key::backgroundFile, m_fileName);
+    settings->setValue(appSettings::key::backgroundDisplay, m_display->isChecked());
+    settings->setValue(appSettings::key::backgroundFill, m_stretch->isChecked());
     m_opener->statusBar()->showMessage(QStringLiteral("设置已保存"));
     m_save->setEnabled(false);
 }
