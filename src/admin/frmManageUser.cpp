@@ -40,8 +40,8 @@ frmManageUser::frmManageUser(mainWindow *owner)
     btDele = new QPushButton(QStringLiteral("删除(&D")); // the missing ")" is the caption users know
     btSave = new QPushButton(QStringLiteral("确定(&S)"));
     btCancel = new QPushButton(QStringLiteral("放弃(&C)"));
-    btExit = new QPushButton(QStringLiteral("退出(&E)"));
-    lblNote = new QLabel(QStringLiteral("     说明：新增操作员，初始密\t\n  码为“") + operatorSql::initialPassword()
+    auto *btExit = new QPushButton(QStringLiteral("退出(&E)"));
+    auto *lblNote = new QLabel(QStringLiteral("     说明：新增操作员，初始密\t\n  码为“") + operatorSql::initialPassword()
                          + QStringLiteral("”"));
 
     auto *fields = new QGridLayout;

@@ -4,7 +4,6 @@
 #include <QWidget>
 
 class QComboBox;
-class QLabel;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
@@ -53,8 +52,6 @@ private:
     QPushButton *btDele;
     QPushButton *btSave;
     QPushButton *btCancel;
-    QPushButton *btExit;
-    QLabel *lblNote;
 };
 
 #endif

@@ -38,7 +38,7 @@ frmUserChangePWD::frmUserChangePWD(mainWindow *owner)
     addRow(QStringLiteral("新 密 码(&N)："), linNew);
     addRow(QStringLiteral("确认密码(&R)："), linConfirm);
     btYes = new QPushButton(QStringLiteral("确认(&L)"));
-    btExit = new QPushButton(QStringLiteral("退出(&E)"));
+    auto *btExit = new QPushButton(QStringLiteral("退出(&E)"));
     auto *buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(btYes);

@@ -33,7 +33,6 @@ private:
     QLineEdit *linNew;
     QLineEdit *linConfirm;
     QPushButton *btYes;
-    QPushButton *btExit;
 };
 
 #endif

@@ -25,7 +25,7 @@ frmLogin::frmLogin(mainWindow *owner)
     setAttribute(Qt::WA_DeleteOnClose);
 
     linServer = new QLineEdit;
-    lblServer = new QLabel(QStringLiteral("服  务  器(&A)："));
+    auto *lblServer = new QLabel(QStringLiteral("服  务  器(&A)："));
     lblServer->setBuddy(linServer);
     auto *actServer = new QAction(QStringLiteral("记忆当前服务器"), linServer);
     connect(actServer, &QAction::triggered, this, &frmLogin::rememberServer);
@@ -54,7 +54,7 @@ frmLogin::frmLogin(mainWindow *owner)
     lblPassword->setBuddy(linPassword);
 
     btLogin = new QPushButton(QStringLiteral("登录(&L)"));
-    btExit = new QPushButton(QStringLiteral("退出(&E)"));
+    auto *btExit = new QPushButton(QStringLiteral("退出(&E)"));
     connect(btLogin, &QPushButton::clicked, this, &frmLogin::btLoginClicked);
     connect(btExit, &QPushButton::clicked, this, [this] { mainWindow::closeForm(this); });
 
@@ -74,9 +74,9 @@ frmLogin::frmLogin(mainWindow *owner)
     layout->addLayout(buttons);
 
     auto settings = appSettings::open();
-    m_autoStart = settings->value(QStringLiteral("Server/AutoStart"), false).toBool();
-    m_serverProgram = settings->value(QStringLiteral("Server/BinDir"), QString()).toString();
-    linServer->setText(settings->value(QStringLiteral("Server/Address"), QString()).toString());
+    m_autoStart = settings->value(appSettings::key::serverAutoStart, false).toBool();
+    m_serverProgram = settings->value(appSettings::key::serverProgram, QString()).toString();
+    linServer->setText(settings->value(appSettings::key::serverAddress, QString()).toString());
     const bool showServer = linServer->text().isEmpty();
     lblServer->setVisible(showServer);
     linServer->setVisible(showServer);
@@ -100,7 +100,7 @@ void frmLogin::forgetUser()
 void frmLogin::rememberServer()
 {
     if (!linServer->text().isEmpty())
-        appSettings::open()->setValue(QStringLiteral("Server/Address"), linServer->text());
+        appSettings::open()->setValue(appSettings::key::serverAddress, linServer->text());
 }
 
 // On Linux the client reports 2002 both for a missing socket and for a TCP
@@ -149,29 +149,27 @@ void frmLogin::waitForServer(QProcess *server)
 }
 
 // A wrong name or password, and an empty name, read the same to the operator.
-int frmLogin::refuseLogin()
+frmLogin::openResult frmLogin::refuseLogin()
 {
     QApplication::beep();
     m_owner->statusBar()->showMessage(QStringLiteral("登录失败，姓名或密码错误"), 2000);
     cbxName->setFocus();
-    return -1;
+    return openResult::Refused;
 }
 
-int frmLogin::attemptOpen()
+frmLogin::openResult frmLogin::attemptOpen()
 {
     QSqlDatabase &db = m_owner->connection();
     if (db.open())
-        return 1;
-    const QString code = db.lastError().nativeErrorCode();
-    if (code == QLatin1String("1045")) {
+        return openResult::Opened;
+    if (db.lastError().nativeErrorCode() == QLatin1String("1045"))
         return refuseLogin();
-    }
     if (noServerAnswered(db.lastError()))
-        return 0;
+        return openResult::NoServer;
     QApplication::beep();
     m_owner->messageLabel()->setText(db.lastError().text());
     cbxName->setFocus();
-    return -1;
+    return openResult::Refused;
 }
 
 void frmLogin::btLoginClicked()
@@ -182,7 +180,7 @@ void frmLogin::btLoginClicked()
     if (m_loggingIn)
         return;
     m_loggingIn = true;
-    const bool opened = openConnection() == 1;
+    const bool opened = openConnection() == openResult::Opened;
     m_loggingIn = false;
     // The post-login initialisation closes this form, which may then be
     // deleted before the call returns: nothing of it may be touched after.
@@ -190,13 +188,12 @@ void frmLogin::btLoginClicked()
         m_owner->afterLogin(QStringLiteral("zelnor"));
 }
 
-int frmLogin::openConnection()
+frmLogin::openResult frmLogin::openConnection()
 {
     // The client library logs in as the operating-system user when the user
     // name is empty; an empty name must be refused like a wrong one instead.
-    if (cbxName->currentText().isEmpty()) {
+    if (cbxName->currentText().isEmpty())
         return refuseLogin();
-    }
     const QString account = myTools::accountName(cbxName->currentText());
 
     // Each attempt starts from a fresh registration of the default
@@ -211,8 +208,8 @@ int frmLogin::openConnection()
     db.setPassword(linPassword->text());
 
     m_owner->messageLabel()->clear();
-    int r = attemptOpen();
-    if (r == 0) {
+    openResult result = attemptOpen();
+    if (result == openResult::NoServer) {
         if (linServer->text().toUpper() == QLatin1String("LOCALHOST") && m_autoStart) {
             m_owner->statusBar()->showMessage(QStringLiteral("正在启动mysql数据库，请稍等……"), 3000);
             // Never destroyed: destroying the process object would kill the server.
@@ -226,18 +223,16 @@ int frmLogin::openConnection()
             }
             if (server->state() != QProcess::NotRunning && server->processId() != 0)
                 m_owner->setServerProcess(server);
-            r = attemptOpen();
-            if (r == 0) {
+            result = attemptOpen();
+            if (result == openResult::NoServer) {
                 QApplication::beep();
                 m_owner->statusBar()->showMessage(
                     QStringLiteral("偿试自启动数据库失败,请确认") + m_serverProgram, 90000);
-                return 0;
             }
         } else {
             QApplication::beep();
             m_owner->statusBar()->showMessage(QStringLiteral("登录失败，原因是Mysql数据库没有启动"), 9000);
-            return 0;
         }
     }
-    return r;
+    return result;
 }

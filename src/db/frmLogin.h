@@ -4,7 +4,6 @@
 #include <QWidget>
 
 class QComboBox;
-class QLabel;
 class QLineEdit;
 class QProcess;
 class QPushButton;
@@ -34,20 +33,19 @@ public slots:
     void rememberServer();
 
 private:
-    // 1 opened, 0 no server answered, -1 refused (already reported).
-    int attemptOpen();
-    int refuseLogin();
-    // Steps of the login up to an open connection; the result as attemptOpen's.
-    int openConnection();
+    // A refusal has already been reported to the operator when it is returned.
+    enum class openResult { Opened, NoServer, Refused };
+    openResult attemptOpen();
+    openResult refuseLogin();
+    // Steps of the login up to an open connection.
+    openResult openConnection();
     void waitForServer(QProcess *server);
 
     mainWindow *m_owner;
     QLineEdit *linServer;
-    QLabel *lblServer;
     QComboBox *cbxName;
     QLineEdit *linPassword;
     QPushButton *btLogin;
-    QPushButton *btExit;
     bool m_autoStart = false;
     bool m_loggingIn = false;
     QString m_serverProgram;

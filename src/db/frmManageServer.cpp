@@ -32,7 +32,7 @@ frmManageServer::frmManageServer(mainWindow *owner)
     chkAutoStart = new QCheckBox(QStringLiteral("随程序启动"));
     chkAutoStop = new QCheckBox(QStringLiteral("随程序关闭"));
     btSave = new QPushButton(QStringLiteral("保存(&S)"));
-    btExit = new QPushButton(QStringLiteral("退出(&E)"));
+    auto *btExit = new QPushButton(QStringLiteral("退出(&E)"));
 
     auto *grid = new QGridLayout;
     auto *where = new QHBoxLayout;
@@ -64,11 +64,11 @@ frmManageServer::frmManageServer(mainWindow *owner)
 
     {
         auto settings = appSettings::open();
-        linAddress->setText(settings->value(QStringLiteral("Server/Address"), QStringLiteral("localhost")).toString());
+        linAddress->setText(settings->value(appSettings::key::serverAddress, QStringLiteral("localhost")).toString());
         linFile->setText(
-            settings->value(QStringLiteral("Server/BinDir"), QStringLiteral("./mysql/bin/mysqld.exe")).toString());
-        chkAutoStart->setChecked(settings->value(QStringLiteral("Server/AutoStart"), false).toBool());
-        chkAutoStop->setChecked(settings->value(QStringLiteral("Server/AutoStop"), false).toBool());
+            settings->value(appSettings::key::serverProgram, QStringLiteral("./mysql/bin/mysqld.exe")).toString());
+        chkAutoStart->setChecked(settings->value(appSettings::key::serverAutoStart, false).toBool());
+        chkAutoStop->setChecked(settings->value(appSettings::key::serverAutoStop, false).toBool());
     }
     if (linAddress->text().toUpper() == QLatin1String("LOCALHOST"))
         rbLocal->setChecked(true);
@@ -93,10 +93,10 @@ void frmManageServer::btSaveClicked()
 {
     {
         auto settings = appSettings::open();
-        settings->setValue(QStringLiteral("/Server/Address"), linAddress->text());
-        settings->setValue(QStringLiteral("/Server/BinDir"), linFile->text());
-        settings->setValue(QStringLiteral("/Server/AutoStart"), chkAutoStart->isChecked());
-        settings->setValue(QStringLiteral("/Server/AutoStop"), chkAutoStop->isChecked());
+        settings->setValue(appSettings::key::serverAddress, linAddress->text());
+        settings->setValue(appSettings::key::serverProgram, linFile->text());
+        settings->setValue(appSettings::key::serverAutoStart, chkAutoStart->isChecked());
+        settings->setValue(appSettings::key::serverAutoStop, chkAutoStop->isChecked());
     }
     m_owner->setAutoStop(chkAutoStop->isChecked());
     btSave->setEnabled(false);

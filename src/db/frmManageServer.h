@@ -45,7 +45,6 @@ private:
     QCheckBox *chkAutoStart;
     QCheckBox *chkAutoStop;
     QPushButton *btSave;
-    QPushButton *btExit;
 };
 
 #endif
