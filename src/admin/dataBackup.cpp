@@ -86,7 +86,7 @@ QByteArray withoutDefiners(QByteArray sql)
     return sql;
 }
 
-bool backup(const QSqlDatabase &db, const QString &fileName, QString *problem, int timeoutMs)
+bool backup(const QSqlDatabase &db, const QString &fileName, QString *problem)
 {
     const bool plain = fileName.endsWith(QStringLiteral(".sql"));
     const QString dumpTarget = plain ? fileName : workingFile();
@@ -99,18 +99,9 @@ bool backup(const QSqlDatabase &db, const QString &fileName, QString *problem, i
     // Nothing is typed to the tool: a password prompt reads end-of-file and
     // fails at once instead of waiting for ever.
     dump.setStandardInputFile(QProcess::nullDevice());
-    dump.start(QStringLiteral("mysqldump"), dumpArguments(db));
-    if (!dump.waitForStarted())
-        return fail(problem, QStringLiteral("无法运行mysqldump程序：%1").arg(dump.errorString()));
-    if (!dump.waitForFinished(timeoutMs)) {
-        dump.kill();
-        dump.waitForFinished(2000);
-        return fail(problem, QStringLiteral("mysqldump程序在%1秒内没有完成，备份不完整").arg(timeoutMs / 1000));
-    }
-    if (dump.exitStatus() != QProcess::NormalExit || dump.exitCode() != 0) {
-        const QString message = QString::fromLocal8Bit(dump.readAllStandardError()).trimmed();
-        return fail(problem, QStringLiteral("mysqldump程序报告错误：%1").arg(message));
-    }
+    if (!dbTools::runTool(dump, QStringLiteral("mysqldump"), dumpArguments(db), QStringLiteral("mysqldump程序"), -1,
+                          problem))
+        return false;
     if (plain)
         return true;
 
@@ -120,7 +111,7 @@ bool backup(const QSqlDatabase &db, const QString &fileName, QString *problem, i
     return replaceContent(fileName, qCompress(sql, 9), problem);
 }
 
-bool restore(const QSqlDatabase &db, const QString &fileName, QString *problem, int timeoutMs)
+bool restore(const QSqlDatabase &db, const QString &fileName, QString *problem)
 {
     QByteArray sql;
     if (!readContent(fileName, &sql, problem))
@@ -135,9 +126,7 @@ bool restore(const QSqlDatabase &db, const QString &fileName, QString *problem, 
     }
     if (!replaceContent(workingFile(), withoutDefiners(sql), problem))
         return false;
-    if (!dbTools::runScript(db, workingFile(), problem, timeoutMs))
-        return false;
-    return true;
+    return dbTools::runScript(db, workingFile(), problem, -1);
 }
 
 } // namespace dataBackup

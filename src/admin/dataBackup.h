@@ -29,11 +29,11 @@ QByteArray withoutDefiners(QByteArray sql);
 
 // Each returns true when the tool ran to its end without error; otherwise
 // *problem says why in words for the operator. The wait ends as soon as the
-// tool exits. By default there is no ceiling: a decade of registrations takes
-// longer than any fixed wait to load, and a restore killed half-way would
-// leave the tables half-loaded. timeoutMs (milliseconds) sets one.
-bool backup(const QSqlDatabase &db, const QString &fileName, QString *problem, int timeoutMs = -1);
-bool restore(const QSqlDatabase &db, const QString &fileName, QString *problem, int timeoutMs = -1);
+// tool exits and has no ceiling: a decade of registrations takes longer than
+// any fixed wait to load, and a restore killed half-way would leave the
+// tables half-loaded.
+bool backup(const QSqlDatabase &db, const QString &fileName, QString *problem);
+bool restore(const QSqlDatabase &db, const QString &fileName, QString *problem);
 
 } // namespace dataBackup
 

@@ -1,5 +1,4 @@
 #include "dbTools.h"
-#include "gbText.h"
 #include "operationLog.h"
 
 #include <QFileInfo>
@@ -22,13 +21,11 @@ bool reopen(QSqlDatabase &db)
 
 bool runScript(const QSqlDatabase &db, const QString &scriptPath, QString *problem, int timeoutMs)
 {
-    auto fail = [problem](const QString &why) {
+    if (!QFileInfo(scriptPath).isReadable()) {
         if (problem)
-            *problem = why;
+            *problem = QStringLiteral("找不到脚本文件“%1”").arg(scriptPath);
         return false;
-    };
-    if (!QFileInfo(scriptPath).isReadable())
-        return fail(QStringLiteral("找不到脚本文件“%1”").arg(scriptPath));
+    }
 
     QStringList args;
     if (!db.password().isEmpty())
@@ -38,19 +35,27 @@ bool runScript(const QSqlDatabase &db, const QString &scriptPath, QString *probl
 
     QProcess client;
     client.setStandardInputFile(scriptPath);
-    client.start(QStringLiteral("mysql"), args);
-    if (!client.waitForStarted())
-        return fail(QStringLiteral("无法运行mysql客户端程序：%1").arg(client.errorString()));
-    if (!client.waitForFinished(timeoutMs)) {
-        client.kill();
-        client.waitForFinished(2000);
-        return fail(QStringLiteral("mysql客户端程序在%1秒内没有完成").arg(timeoutMs / 1000));
+    return runTool(client, QStringLiteral("mysql"), args, QStringLiteral("mysql客户端程序"), timeoutMs, problem);
+}
+
+bool runTool(QProcess &tool, const QString &program, const QStringList &args, const QString &toolName,
+             int timeoutMs, QString *problem)
+{
+    QString why;
+    tool.start(program, args);
+    if (!tool.waitForStarted()) {
+        why = QStringLiteral("无法运行%1：%2").arg(toolName, tool.errorString());
+    } else if (!tool.waitForFinished(timeoutMs)) {
+        tool.kill();
+        tool.waitForFinished(2000);
+        why = QStringLiteral("%1在%2秒内没有完成").arg(toolName).arg(timeoutMs / 1000);
+    } else if (tool.exitStatus() != QProcess::NormalExit || tool.exitCode() != 0) {
+        why = QStringLiteral("%1报告错误：%2")
+                  .arg(toolName, QString::fromLocal8Bit(tool.readAllStandardError()).trimmed());
     }
-    if (client.exitStatus() != QProcess::NormalExit || client.exitCode() != 0) {
-        const QString message = QString::fromLocal8Bit(client.readAllStandardError()).trimmed();
-        return fail(QStringLiteral("mysql客户端程序报告错误：%1").arg(message));
-    }
-    return true;
+    if (problem && !why.isEmpty())
+        *problem = why;
+    return why.isEmpty();
 }
 
 firstRun ensureDatabase(QSqlDatabase &db, const QString &databaseName, const QString &scriptPath,

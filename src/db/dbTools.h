@@ -7,12 +7,21 @@
 #include <QStringList>
 
 class QLabel;
+class QProcess;
 
 namespace dbTools {
 
 // Opens the connection; on failure shows the "Database Error" box with the
 // driver's text and returns false.
 bool reopen(QSqlDatabase &db);
+
+// Starts one of the mysql command-line tools on a QProcess the caller has
+// prepared (input, output, working folder) and waits for its end, at most
+// timeoutMs (-1: as long as it takes; a tool still running then is killed).
+// True when it ran to its end without error; otherwise *problem says why in
+// words for the operator, naming the tool as toolName.
+bool runTool(QProcess &tool, const QString &program, const QStringList &args, const QString &toolName,
+             int timeoutMs, QString *problem);
 
 // Feeds a SQL script to the mysql command-line client with the connection's
 // credentials. True when the client ran to the end without error; otherwise
