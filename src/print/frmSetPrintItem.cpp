@@ -169,7 +169,7 @@ void frmSetPrintItem::btPrintClicked()
     // An emptied margin edit prints with the usual margin rather than none.
     for (QString *margin : {&layout.leftMargin, &layout.topMargin}) {
         if (margin->isEmpty())
-            *margin = QStringLiteral("50");
+            *margin = printLayout::defaultMargin();
     }
     if (layout.print(QString()))
         m_opener->statusBar()->showMessage(QStringLiteral("打印完成。"), 2000);
@@ -185,7 +185,7 @@ void frmSetPrintItem::btReadClicked()
         const printItem &item = layout.items.at(row);
         tableWid->setItem(row, myDelegate::Expression, new QTableWidgetItem(item.expression));
         if (item.hasFont) {
-            auto *fontCell = new QTableWidgetItem(QStringLiteral("字样"));
+            auto *fontCell = new QTableWidgetItem(myDelegate::fontSample());
             fontCell->setData(Qt::FontRole, item.font);
             tableWid->setItem(row, myDelegate::Font, fontCell);
         }

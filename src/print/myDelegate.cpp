@@ -55,8 +55,7 @@ void myDelegate::setModelData(QWidget *editor, QAbstractItemModel *model, const 
 {
     switch (index.column()) {
     case Font:
-        // The sample text shows the chosen font in the table.
-        model->setData(index, QStringLiteral("字样"));
+        model->setData(index, fontSample());
         break;
     case Alignment:
     case Conversion:

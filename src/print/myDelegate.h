@@ -25,8 +25,8 @@ public:
     bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
                    const QModelIndex &index) override;
     static QString fontCaption(const QFont &font);
-
-    const QStringList &conversions() const { return m_conversions; }
+    // The text of a font cell, drawn in the cell's font so the table shows it.
+    static QString fontSample() { return QStringLiteral("字样"); }
 
 public slots:
     // Lets the operator pick the current cell's font, starting from the one

@@ -16,6 +16,13 @@ QString s_pdfOutputForTests;
 
 const QChar tab = QLatin1Char('\t');
 
+// "Left" and "top" are spelled as earlier installations wrote them.
+const QString paperKey = QStringLiteral("PageSetup/size");
+const QString landscapeKey = QStringLiteral("PageSetup/direction");
+const QString leftKey = QStringLiteral("PageSetup/Left");
+const QString topKey = QStringLiteral("PageSetup/top");
+const QString itemsGroup = QStringLiteral("PrintItems");
+
 // QSettings reads an unquoted value that contains commas (a font description
 // written by hand or by another tool) as a list; the layout wants the text.
 QString textOf(const QVariant &value)
@@ -53,13 +60,12 @@ printItem printItem::fromSettingsValue(const QString &value)
 printLayout printLayout::load()
 {
     const auto settings = appSettings::open();
-    printLayout layout;
-    layout.paper = textOf(settings->value(QStringLiteral("PageSetup/size"), QStringLiteral("A4")));
-    layout.landscape = settings->value(QStringLiteral("PageSetup/direction"), true).toBool();
-    // "Left" and "top" are spelled as earlier installations wrote them.
-    layout.leftMargin = textOf(settings->value(QStringLiteral("PageSetup/Left"), QStringLiteral("50")));
-    layout.topMargin = textOf(settings->value(QStringLiteral("PageSetup/top"), QStringLiteral("50")));
-    settings->beginGroup(QStringLiteral("PrintItems"));
+    printLayout layout; // its members hold the defaults for missing keys
+    layout.paper = textOf(settings->value(paperKey, layout.paper));
+    layout.landscape = settings->value(landscapeKey, layout.landscape).toBool();
+    layout.leftMargin = textOf(settings->value(leftKey, layout.leftMargin));
+    layout.topMargin = textOf(settings->value(topKey, layout.topMargin));
+    settings->beginGroup(itemsGroup);
     for (const QString &key : settings->childKeys())
         layout.items.append(printItem::fromSettingsValue(textOf(settings->value(key))));
     return layout;
@@ -69,16 +75,16 @@ void printLayout::save() const
 {
     const auto settings = appSettings::open();
     settings->remove(QStringLiteral("PageSetup"));
-    settings->remove(QStringLiteral("PrintItems"));
-    settings->setValue(QStringLiteral("PageSetup/size"), paper);
-    settings->setValue(QStringLiteral("PageSetup/direction"), landscape);
-    settings->setValue(QStringLiteral("PageSetup/Left"), leftMargin);
-    settings->setValue(QStringLiteral("PageSetup/top"), topMargin);
+    settings->remove(itemsGroup);
+    settings->setValue(paperKey, paper);
+    settings->setValue(landscapeKey, landscape);
+    settings->setValue(leftKey, leftMargin);
+    settings->setValue(topKey, topMargin);
     int n = 0;
     for (const printItem &item : items) {
         if (item.expression.trimmed().isEmpty())
             continue;
-        settings->setValue(QStringLiteral("PrintItems/") + QString::number(n++), item.settingsValue());
+        settings->setValue(itemsGroup + QLatin1Char('/') + QString::number(n++), item.settingsValue());
     }
 }
 

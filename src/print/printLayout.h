@@ -31,8 +31,9 @@ class printLayout
 public:
     QString paper = QStringLiteral("A4");
     bool landscape = true;
-    QString leftMargin = QStringLiteral("50"); // points, as typed
-    QString topMargin = QStringLiteral("50");
+    static QString defaultMargin() { return QStringLiteral("50"); }
+    QString leftMargin = defaultMargin(); // points, as typed
+    QString topMargin = defaultMargin();
     QList<printItem> items;
 
     // The layout stored in the settings file; items in the order the settings
