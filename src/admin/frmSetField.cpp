@@ -3,6 +3,7 @@
 #include "dbTools.h"
 #include "gbText.h"
 #include "mainWindow.h"
+#include "myTools.h"
 #include "operationLog.h"
 
 #include <QApplication>
@@ -200,10 +201,8 @@ void frmSetField::btMoveClicked()
 void frmSetField::btSaveClicked()
 {
     QStringList columns;
-    QSqlQuery query;
-    if (query.exec(QStringLiteral("SHOW COLUMNS FROM ") + tableName()))
-        while (query.next())
-            columns << query.value(0).toString();
+    for (const columnInfo &column : myTools().showColumns(tableName()))
+        columns << column.field;
 
     // The log row is written only after a complete save. Inside the run it
     // would not be undone: the first ALTER TABLE that gets as far as executing

@@ -265,8 +265,7 @@ void frmRegisterLease::loadParty(const QGroupBox *group, const QString &number)
     const QList<field> fields = fieldsOf(group);
     if (fields.isEmpty())
         return;
-    const QString where = QStringLiteral(" FROM ") + group->objectName() + QStringLiteral(" WHERE 登记编号='")
-        + number + QLatin1Char('\'');
+    const QString where = QStringLiteral(" FROM ") + group->objectName() + registrationSql::partyCondition(number);
 
     if (m_loadStrategy == loadStrategy::PerTable) {
         QStringList columns;
@@ -312,9 +311,8 @@ bool frmRegisterLease::hasEmptyRequiredField()
             auto *line = qobject_cast<QLineEdit *>(f.widget);
             if (!line || line->toolTip() != requiredTip || !line->text().trimmed().isEmpty())
                 continue;
-            const QString column = line->objectName().mid(4).chopped(1);
             QMessageBox::critical(this, QStringLiteral("错误"),
-                                  QStringLiteral("“") + column + QStringLiteral("”出现空值，请检查。"));
+                                  QStringLiteral("“") + f.column + QStringLiteral("”出现空值，请检查。"));
             line->setFocus();
             return true;
         }
@@ -419,7 +417,7 @@ void frmRegisterLease::btYesClicked()
     QString number = linDJBH->text();
     number.remove(QRegularExpression(QStringLiteral("\\s")));
     const registrationSql::refusal check = registrationSql::checkBeforeSave(
-        m_mode, dateYXQ->date(), dateYXZ->date(), number, m_opener->region(), m_opener->workDate());
+        m_mode == modeAdd, dateYXQ->date(), dateYXZ->date(), number, m_opener->region(), m_opener->workDate());
     if (!check.text.isEmpty()) {
         QMessageBox::warning(this, QStringLiteral("警告"), check.text);
         if (check.focusNumber)

@@ -38,6 +38,8 @@ public:
     // Blank party texts and this year's dates; choices and numbers stay.
     void resetRecord();
     // True (after telling the operator) when a required text field is empty.
+    // The save does not ask it: the server's NOT NULL refusal is the check
+    // operators meet, with the column named in its message.
     bool hasEmptyRequiredField();
 
     // Reading a party table's fields with one statement per table instead of

@@ -3,7 +3,6 @@
 #include <QDate>
 #include <QRegularExpression>
 #include <QSqlQuery>
-#include <QSqlRecord>
 
 QList<columnInfo> myTools::showColumns(const QString &table) const
 {

@@ -51,6 +51,8 @@ public:
     // 0 超级用户, 1 主管, 2 操作, 3 浏览.
     int operatorLevel(const QString &accountName, const QString &databaseName) const;
     static QString levelName(int level);
+    // A diagnostic for support calls (the connection's character sets in a
+    // box); no menu offers it.
     void showCharacterSets() const;
 
     // --- printing ---------------------------------------------------------

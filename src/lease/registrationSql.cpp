@@ -52,22 +52,26 @@ QString insertParty(const QString &table, const QString &number, const QStringLi
     return sql;
 }
 
+QString partyCondition(const QString &number)
+{
+    return QStringLiteral(" WHERE 登记编号='") + number + QLatin1Char('\'');
+}
+
 QString updateParty(const QString &table, const QString &number, const QStringList &pairs)
 {
     return QStringLiteral("UPDATE ") + table + QStringLiteral(" SET ") + pairs.join(QLatin1Char(','))
-        + QStringLiteral(" WHERE 登记编号='") + number + QLatin1Char('\'');
+        + partyCondition(number);
 }
 
 QStringList deleteRegistration(const numberParts &n, const QString &number)
 {
     QStringList statements{QStringLiteral("DELETE FROM lease") + leaseCondition(n)};
     for (const char *table : {"leaseout", "leasein", "leasehouse"})
-        statements << QStringLiteral("DELETE FROM ") + QLatin1String(table) + QStringLiteral(" WHERE 登记编号='")
-                + number + QLatin1Char('\'');
+        statements << QStringLiteral("DELETE FROM ") + QLatin1String(table) + partyCondition(number);
     return statements;
 }
 
-refusal checkBeforeSave(const QString &mode, const QDate &validFrom, const QDate &validUntil,
+refusal checkBeforeSave(bool adding, const QDate &validFrom, const QDate &validUntil,
                         const QString &number, const QString &region, const QDate &workDate)
 {
     // The validity test comes first and runs even for a deletion, so a record
@@ -79,7 +83,7 @@ refusal checkBeforeSave(const QString &mode, const QDate &validFrom, const QDate
     if (number.left(6) != region)
         return {QStringLiteral("不是本地区登记编号，请检查"), true};
     // Only new numbers are tied to the working year; old records stay editable.
-    if (mode == QStringLiteral("增加") && number.mid(6, 4) != QString::number(workDate.year()))
+    if (adding && number.mid(6, 4) != QString::number(workDate.year()))
         return {QStringLiteral("不能跨年度办理登记业务，请检查"), true};
     return {};
 }

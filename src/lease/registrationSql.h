@@ -29,6 +29,8 @@ struct leaseValues {
     int fee = 0;
 };
 QString insertLease(const numberParts &n, const leaseValues &v);
+// " WHERE 登记编号='<number>'": one registration's row of a party table.
+QString partyCondition(const QString &number);
 QString updateLease(const numberParts &n, const leaseValues &v);
 // "column=value" pairs of one party table, in form order.
 QString insertParty(const QString &table, const QString &number, const QStringList &pairs);
@@ -40,7 +42,7 @@ struct refusal {
     QString text;
     bool focusNumber = false;
 };
-refusal checkBeforeSave(const QString &mode, const QDate &validFrom, const QDate &validUntil,
+refusal checkBeforeSave(bool adding, const QDate &validFrom, const QDate &validUntil,
                         const QString &number, const QString &region, const QDate &workDate);
 
 // What the operator reads when the server refused a statement: the three
