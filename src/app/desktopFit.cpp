@@ -1,9 +1,8 @@
 #include "desktopFit.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QLibraryInfo>
-#include <QLocale>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QTableView>
