@@ -104,7 +104,7 @@ QString choiceType(const QStringList &values)
     QString type = QStringLiteral("enum(");
     for (const QString &value : values)
         type += QLatin1Char('\'') + value.trimmed() + QStringLiteral("',");
-    type.chop(1); // with no values this leaves "enum", which the server rejects
+    type.chop(1); // with no values this leaves "enum)", which the server rejects
     return type + QLatin1Char(')');
 }
 

@@ -42,6 +42,8 @@
 #include <QTextEdit>
 #include <QToolBar>
 
+// The images are compiled into the static core library, and nothing there
+// refers to their registration: without this call the linker drops it.
 static void initResources() { Q_INIT_RESOURCE(zelnor); }
 
 mainWindow::mainWindow(QWidget *parent)

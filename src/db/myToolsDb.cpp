@@ -21,6 +21,9 @@ QString myTools::displayName(const QString &accountName)
 {
     if (accountName == QLatin1String("root"))
         return accountName;
+    // Two digits a byte, and an unreadable pair ends the name. Not
+    // QByteArray::fromHex: it skips a stray character and would shift every
+    // byte after it into another name.
     QByteArray bytes(accountName.size() / 2, '\0');
     for (int i = 0; i < bytes.size(); ++i) {
         bool ok = false;
