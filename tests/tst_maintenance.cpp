@@ -178,6 +178,36 @@ private slots:
         QCOMPARE(state(), small);
     }
 
+    // A tool that ends with an error fails the backup or restore, and the
+    // operator reads the tool's own words after the program's.
+    void failingToolIsReported_data()
+    {
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QByteArray>("script"); // empty: back up instead of restoring
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("dump refused") << "wrong" << QByteArray() << "mysqldump程序报告错误：*Access denied*";
+        QTest::newRow("script refused") << QString() << QByteArray("NOT SQL AT ALL;\n")
+                                        << "mysql客户端程序报告错误：*ERROR 1064*";
+    }
+    void failingToolIsReported()
+    {
+        QFETCH(QString, password);
+        QFETCH(QByteArray, script);
+        QFETCH(QString, expected);
+        QSqlDatabase db = QSqlDatabase::cloneDatabase(QSqlDatabase::database(), "tool");
+        if (!password.isNull())
+            db.setPassword(password);
+        const QString path = m_dir.filePath("tool.sql");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(script) == script.size());
+        file.close();
+        QString problem;
+        QVERIFY(!(script.isEmpty() ? dataBackup::backup(db, path, &problem) : dataBackup::restore(db, path, &problem)));
+        db = QSqlDatabase();
+        QSqlDatabase::removeDatabase("tool");
+        QVERIFY2(QRegExp(expected, Qt::CaseSensitive, QRegExp::Wildcard).exactMatch(problem), qPrintable(problem));
+    }
+
     void clearData_data()
     {
         QTest::addColumn<QString>("account");
