@@ -1,4 +1,5 @@
 #include "desktopFit.h"
+#include "gbText.h"
 #include "mainWindow.h"
 
 #include <QApplication>
@@ -15,13 +16,9 @@ int main(int argc, char *argv[])
     // the locale codec here would encode file names and process arguments in
     // GB18030 on a UTF-8 system.
 #ifdef Q_OS_WIN
-    QTextCodec::setCodecForLocale(QTextCodec::codecForName("GB18030"));
+    QTextCodec::setCodecForLocale(gbText::codec());
 #endif
-    int result;
-    {
-        mainWindow window;
-        window.show();
-        result = app.exec();
-    }
-    return result;
+    mainWindow window; // destroyed before the application object, being declared after it
+    window.show();
+    return app.exec();
 }

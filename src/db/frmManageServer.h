@@ -31,9 +31,11 @@ public:
 public slots:
     void btExitClicked();
     void btSaveClicked();
+    // 本机 fills in "localhost" and offers the server program and its
+    // start/stop flags, which mean nothing for a remote server.
     void localHandle();
     void btSelectFileClicked();
-    void setBtSaveEnabeld();
+    void setBtSaveEnabeld(); // the misspelling is the slot's established name
 
 private:
     mainWindow *m_owner;

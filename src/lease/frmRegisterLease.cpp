@@ -349,8 +349,7 @@ void frmRegisterLease::applyButtonState()
     btNo->setEnabled(!normal);
     btPrint->setEnabled(normal);
     linDJBH->setEnabled(normal || m_mode == modeAdd);
-    for (QWidget *w : {static_cast<QWidget *>(dateDJRQ), static_cast<QWidget *>(dateYXQ),
-                       static_cast<QWidget *>(dateYXZ), static_cast<QWidget *>(spinFee)})
+    for (QWidget *w : QList<QWidget *>{dateDJRQ, dateYXQ, dateYXZ, spinFee})
         w->setEnabled(editing);
     for (QGroupBox *group : qAsConst(m_partyGroups))
         group->setEnabled(editing);

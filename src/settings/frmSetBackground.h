@@ -29,6 +29,7 @@ private slots:
     void btSaveClicked();
     void chboxStateChanged();
     void rbStateChanged();
+    // Applies the changed background to the main window, then offers 保存.
     void setBtSaveEnabled();
 
 private:
