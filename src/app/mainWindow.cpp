@@ -127,45 +127,25 @@ void mainWindow::createActions()
 
 void mainWindow::createMenus()
 {
-    QMenu *business = menuBar()->addMenu(QStringLiteral("业务管理(&1)"));
-    business->addAction(actRegisterLease);
-    business->addSeparator();
-    business->addAction(actViewLease);
-    business->addSeparator();
-    business->addAction(actSearchLease);
-    business->addSeparator();
-    business->addAction(actExit);
-
-    QMenu *data = menuBar()->addMenu(QStringLiteral("数据管理(&2)"));
-    data->addAction(actBackupData);
-    data->addSeparator();
-    data->addAction(actRestoreData);
-    data->addSeparator();
-    data->addAction(actClearData);
-    data->addSeparator();
-
-    QMenu *log = menuBar()->addMenu(QStringLiteral("日志管理(&3)"));
-    log->addAction(actViewLog);
-    log->addSeparator();
-    log->addAction(actClearLog);
-
-    QMenu *setup = menuBar()->addMenu(QStringLiteral("设置维护(&4)"));
-    setup->addAction(actUserChangePWD);
-    setup->addAction(actManageUser);
-    setup->addSeparator();
-    setup->addAction(actSetField);
-    setup->addAction(actManageSelectedItem);
-    setup->addAction(actSetPrice);
-    setup->addSeparator();
-    setup->addAction(actSetPrintItem);
-    setup->addAction(actManageServer);
-    setup->addSeparator();
-    setup->addAction(actSetBackground);
-
-    QMenu *help = menuBar()->addMenu(QStringLiteral("帮助(&5)"));
-    help->addAction(actHelp);
-    help->addSeparator();
-    help->addAction(actAbout);
+    // nullptr stands for a separator.
+    auto addMenu = [this](const QString &title, std::initializer_list<QAction *> actions) {
+        QMenu *menu = menuBar()->addMenu(title);
+        for (QAction *action : actions) {
+            if (action)
+                menu->addAction(action);
+            else
+                menu->addSeparator();
+        }
+    };
+    addMenu(QStringLiteral("业务管理(&1)"),
+            {actRegisterLease, nullptr, actViewLease, nullptr, actSearchLease, nullptr, actExit});
+    addMenu(QStringLiteral("数据管理(&2)"),
+            {actBackupData, nullptr, actRestoreData, nullptr, actClearData, nullptr});
+    addMenu(QStringLiteral("日志管理(&3)"), {actViewLog, nullptr, actClearLog});
+    addMenu(QStringLiteral("设置维护(&4)"),
+            {actUserChangePWD, actManageUser, nullptr, actSetField, actManageSelectedItem, actSetPrice, nullptr,
+             actSetPrintItem, actManageServer, nullptr, actSetBackground});
+    addMenu(QStringLiteral("帮助(&5)"), {actHelp, nullptr, actAbout});
 }
 
 void mainWindow::createToolBar()
