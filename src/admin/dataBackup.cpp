@@ -48,6 +48,8 @@ QString workingFile()
     return QDir::tempPath() + QStringLiteral("/~mydata.sql");
 }
 
+QString fileFilter() { return QStringLiteral("压缩格式 (*.sda);;文本格式 (*.sql)"); }
+
 QString withExtension(const QString &chosen)
 {
     // Only the file's own name counts: a dot in a folder name is no extension.

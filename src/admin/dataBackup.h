@@ -16,6 +16,9 @@ namespace dataBackup {
 // Both backup and restore pass through this one file in the temporary folder.
 QString workingFile();
 
+// The file dialogs' filter: compressed first, so it is the one offered.
+QString fileFilter();
+
 // A name whose file part has nothing after its first dot gets ".sda".
 QString withExtension(const QString &chosen);
 

@@ -319,7 +319,7 @@ void mainWindow::slotBackupData()
     QString name = QFileDialog::getSaveFileName(
         this, QStringLiteral("备份业务数据"),
         m_db.databaseName() + today().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".sda"),
-        QStringLiteral("压缩格式 (*.sda);;文本格式 (*.sql)"));
+        dataBackup::fileFilter());
     if (name.isEmpty())
         return;
     statusBar()->showMessage(QStringLiteral("正在备份数据……"));
@@ -338,8 +338,7 @@ void mainWindow::slotBackupData()
 void mainWindow::slotRestoreData()
 {
     const QString name = QFileDialog::getOpenFileName(this, QStringLiteral("打开备份数据文件："),
-                                                      QStringLiteral("."),
-                                                      QStringLiteral("压缩格式 (*.sda);;文本格式 (*.sql)"));
+                                                      QStringLiteral("."), dataBackup::fileFilter());
     if (name.isEmpty())
         return;
     statusBar()->showMessage(QStringLiteral(" 信息：正在恢复数据……"));

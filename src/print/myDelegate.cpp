@@ -1,4 +1,5 @@
 #include "myDelegate.h"
+#include "printLayout.h"
 
 #include <QComboBox>
 #include <QFontDialog>
@@ -8,10 +9,7 @@
 #include <QToolTip>
 
 myDelegate::myDelegate(QTableWidget *table, QObject *parent)
-    : QStyledItemDelegate(parent),
-      m_table(table),
-      m_alignments{QStringLiteral("居左"), QStringLiteral("居中"), QStringLiteral("居右")},
-      m_conversions{QStringLiteral("无"), QStringLiteral("中文数字"), QStringLiteral("金额大写")}
+    : QStyledItemDelegate(parent), m_table(table)
 {
 }
 
@@ -31,7 +29,7 @@ QWidget *myDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &o
     case Alignment:
     case Conversion: {
         auto *combo = new QComboBox(parent);
-        combo->addItems(index.column() == Alignment ? m_alignments : m_conversions);
+        combo->addItems(index.column() == Alignment ? printLayout::alignments() : printLayout::conversions());
         return combo;
     }
     default:

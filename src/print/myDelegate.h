@@ -1,7 +1,6 @@
 #ifndef MYDELEGATE_H
 #define MYDELEGATE_H
 
-#include <QStringList>
 #include <QStyledItemDelegate>
 
 class QTableWidget;
@@ -35,8 +34,6 @@ public slots:
 
 private:
     QTableWidget *m_table;
-    QStringList m_alignments;
-    QStringList m_conversions;
 };
 
 #endif

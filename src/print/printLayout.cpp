@@ -88,6 +88,16 @@ void printLayout::save() const
     }
 }
 
+QStringList printLayout::alignments()
+{
+    return {QStringLiteral("居左"), QStringLiteral("居中"), QStringLiteral("居右")};
+}
+
+QStringList printLayout::conversions()
+{
+    return {QStringLiteral("无"), QStringLiteral("中文数字"), QStringLiteral("金额大写")};
+}
+
 QPageSize::PageSizeId printLayout::pageSizeOf(const QString &paper)
 {
     const QString name = paper.trimmed().toUpper();

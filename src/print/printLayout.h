@@ -5,6 +5,7 @@
 #include <QList>
 #include <QPageSize>
 #include <QString>
+#include <QStringList>
 
 // One box on the pre-printed certificate: what to print, in which font, where
 // and how. Positions and sizes stay the texts the operator typed ("x,y",
@@ -53,6 +54,11 @@ public:
     // Tests only: send pages to this PDF file instead of the printer. An empty
     // path restores the printer.
     static void setPdfOutputForTests(const QString &path);
+
+    // The texts the layout editor offers for alignment and conversion; these
+    // are the ones alignmentOf() and converted() recognise.
+    static QStringList alignments();
+    static QStringList conversions();
 
     static QPageSize::PageSizeId pageSizeOf(const QString &paper);
     static Qt::Alignment alignmentOf(const QString &alignment);
