@@ -178,6 +178,26 @@ private slots:
         QCOMPARE(state(), small);
     }
 
+    // The temporary folder is shared by every account and running program: a
+    // ~mydata.sql left there that this run cannot write (here a folder of that
+    // name) must not stop its backup and restore.
+    void othersWorkingFileInTheWay()
+    {
+        const QByteArray tmp = qgetenv("TMPDIR");
+        qputenv("TMPDIR", QFile::encodeName(m_dir.path()));
+        QVERIFY(QDir(m_dir.path()).mkdir("~mydata.sql"));
+        insertNumbered("3701022025", 1, "2025-03-01");
+        const QString before = state();
+        const QSqlDatabase db = QSqlDatabase::database();
+        const QString path = m_dir.filePath("in the way.sda");
+        QString problem;
+        const bool done = dataBackup::backup(db, path, &problem) && exec("DELETE FROM lease")
+            && dataBackup::restore(db, path, &problem);
+        tmp.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", tmp);
+        QVERIFY2(done, qPrintable(problem));
+        QCOMPARE(state(), before);
+    }
+
     // A tool that ends with an error fails the backup or restore, and the
     // operator reads the tool's own words after the program's.
     void failingToolIsReported_data()

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QTemporaryDir>
 
 namespace dataBackup {
 
@@ -45,7 +46,12 @@ bool readContent(const QString &path, QByteArray *content, QString *problem)
 
 QString workingFile()
 {
-    return QDir::tempPath() + QStringLiteral("/~mydata.sql");
+    // Not straight in the temporary folder: here every account and every
+    // running program shares it, so two backups at once would write one file,
+    // and a ~mydata.sql another account left there cannot be written at all.
+    // A folder of this run's own keeps the name; it goes when the program ends.
+    static const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/zelnor-XXXXXX"));
+    return (folder.isValid() ? folder.path() : QDir::tempPath()) + QStringLiteral("/~mydata.sql");
 }
 
 QString fileFilter() { return QStringLiteral("压缩格式 (*.sda);;文本格式 (*.sql)"); }

@@ -13,7 +13,8 @@
 // main window so the tests can run it without dialogs.
 namespace dataBackup {
 
-// Both backup and restore pass through this one file in the temporary folder.
+// Both backup and restore pass through this one file, in a folder of this
+// run's own inside the temporary folder.
 QString workingFile();
 
 // The file dialogs' filter: compressed first, so it is the one offered.
