@@ -56,8 +56,7 @@ class tst_schemaAdmin : public QObject
     template <typename T> T *openThrough(const QString &actionText)
     {
         testSupport::menuAction(m_window.get(), actionText)->trigger();
-        const QList<T *> forms = m_window->findChildren<T *>();
-        return forms.value(forms.size() - 1);
+        return m_window->findChildren<T *>().last();
     }
 
 private slots:
@@ -164,8 +163,6 @@ private slots:
         QVERIFY(!form->saveButton()->isEnabled());
         const bool failed = !seen.isEmpty() && !seen.last().startsWith("确定删除");
         QCOMPARE(testSupport::count("log WHERE 描述='维护数据字段'"), failed ? 0 : 1);
-        if (!failed)
-            QCOMPARE(m_window->statusBar()->currentMessage(), QString("保存OK."));
     }
 
     // The server's wording here is MariaDB's; MySQL's, and the driver's words
@@ -227,9 +224,7 @@ private slots:
         QTEST(gridColumn(form->grid(), 0), "shown");
         QCOMPARE(form->saveButton()->isEnabled(), !box.isEmpty());
         QCOMPARE(form->fieldBox()->isEnabled(), box.isEmpty());
-        if (box.isEmpty()) {
-            QCOMPARE(m_window->statusBar()->currentMessage(), QString("保存OK"));
-        } else {
+        if (!box.isEmpty()) {
             recordForm::click(form, "放弃");
             QCOMPARE(gridColumn(form->grid(), 0), stored);
             QVERIFY(form->fieldBox()->isEnabled() && !form->saveButton()->isEnabled());
