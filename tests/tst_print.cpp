@@ -183,91 +183,79 @@ private slots:
             QCOMPARE(stored[n].section('\t', 0, 0), "项目" + order[n]);
     }
 
-    void itemLandsInItsBox_data()
-    {
-        QTest::addColumn<QString>("layoutItem");
-        QTest::addColumn<QString>("page");   // paper|landscape|left|top
-        QTest::addColumn<QSize>("paper");    // points
-        QTest::addColumn<QPointF>("margins"); // points
-        QTest::addColumn<QPoint>("at");      // device units, as the operator measured
-        QTest::addColumn<QString>("text");
-        const QString a4 = "A4|1|30|60";
-        const QSize a4Land(842, 595);
-        const QPointF m(30, 60);
-        // Left, centred, right and 金额大写 in their boxes: the office-day program
-        // prints them; the conversions themselves are tst_helpers' numerals.
-        QTest::newRow("unknown alignment is left, single coordinate is x")
-            << item("出方电话", "250", "靠边") << a4 << a4Land << m << QPoint(250, 0) << "13800001111";
-        QTest::newRow("expression over two tables, empty conversion")
-            << item("CONCAT(出方名称,'/',承方名称)", "100,50", "居右", "") << a4 << a4Land << m << QPoint(100, 50) << "张三丰/李四";
-        QTest::newRow(" a3  portrait") << item("出方名称", "0,0") << " a3 |0|50|50" << QSize(842, 1191)
-                                       << QPointF(50, 50) << QPoint() << "张三丰";
-        QTest::newRow("A5 landscape, margins trimmed")
-            << item("出方名称", "0,0") << "A5|1| 20 |100" << QSize(595, 420) << QPointF(20, 100) << QPoint() << "张三丰";
-        QTest::newRow("unknown paper is A4") << item("出方名称", "0,0") << "B5|0|50|50" << QSize(595, 842)
-                                             << QPointF(50, 50) << QPoint() << "张三丰";
-        QTest::newRow("margins not numbers give 0") << item("出方名称", "0,0") << "A4|1|abc|" << a4Land << QPointF()
-                                                    << QPoint() << "张三丰";
-    }
-
-    void itemLandsInItsBox()
-    {
-        QFETCH(QString, layoutItem);
-        QFETCH(QString, page);
-        QFETCH(QPointF, margins);
-        QFETCH(QPoint, at);
-        QFETCH(QString, text);
-        storeLayout({layoutItem}, page);
-        modalWatcher watcher;
-        bool printed = false;
-        const QList<pdfText::page> pages = printNumber(numberB, printed);
-        QVERIFY(printed && watcher.boxes.isEmpty());
-        QCOMPARE(pages.size(), 1);
-        QTEST(pages[0].size.toSize(), "paper");
-        QCOMPARE(pdfText::allText(pages[0]), text); // and nothing of the other registration
-        pdfText::checkInBox(pages[0], text, QRectF(margins + at * m_k, QSizeF(300 * m_k, 40 * m_k)), layoutItem.section('\t', 4, 4));
-    }
-
-    void printOutcome_data()
+    void printing_data()
     {
         QTest::addColumn<QString>("number");
         QTest::addColumn<QStringList>("items"); // none: no settings file at all
+        QTest::addColumn<QString>("page");      // paper|landscape|left|top
         QTest::addColumn<bool>("toPdf");
-        QTest::addColumn<bool>("printed"); // on one blank A4 landscape page but for the text
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("message"); // of the one "错误" box, if any
+        QTest::addColumn<QSize>("paper");       // points; empty when nothing is printed
+        QTest::addColumn<QString>("text");      // all of it
+        QTest::addColumn<QRectF>("box");        // points: where the first item stands, if checked
+        QTest::addColumn<QString>("message");   // of the one "错误" box, if any
+        const QString a4 = "A4|1|30|60";
+        const QSize a4Land(842, 595);
         const QStringList one{item("出方名称", "0,0")};
-        QTest::newRow("empty number") << "" << one << true << false << "" << "没有指定需要打印的编号";
-        QTest::newRow("14 digits") << "33010220260000" << one << true << false << "" << "需要打印的编号不正确";
+        // Boxes are set in device units from the margins; the PDF speaks points.
+        auto box = [this](double left, double top, int x, int y) {
+            return QRectF(left + x * m_k, top + y * m_k, 300 * m_k, 40 * m_k);
+        };
+        // Left, centred, right and 金额大写 in their boxes: the office-day program
+        // prints them; the conversions themselves are tst_helpers' numerals.
+        QTest::newRow("unknown alignment is left, single coordinate is x")
+            << numberB << QStringList{item("出方电话", "250", "靠边")} << a4 << true << a4Land << "13800001111"
+            << box(30, 60, 250, 0) << "";
+        QTest::newRow("expression over two tables, empty conversion")
+            << numberB << QStringList{item("CONCAT(出方名称,'/',承方名称)", "100,50", "居右", "")} << a4 << true << a4Land
+            << "张三丰/李四" << box(30, 60, 100, 50) << "";
+        QTest::newRow(" a3  portrait") << numberB << one << " a3 |0|50|50" << true << QSize(842, 1191) << "张三丰"
+                                       << box(50, 50, 0, 0) << "";
+        QTest::newRow("A5 landscape, margins trimmed") << numberB << one << "A5|1| 20 |100" << true << QSize(595, 420)
+                                                       << "张三丰" << box(20, 100, 0, 0) << "";
+        QTest::newRow("unknown paper is A4") << numberB << one << "B5|0|50|50" << true << QSize(595, 842) << "张三丰"
+                                             << box(50, 50, 0, 0) << "";
+        QTest::newRow("margins not numbers give 0") << numberB << one << "A4|1|abc|" << true << a4Land << "张三丰"
+                                                    << box(0, 0, 0, 0) << "";
+        QTest::newRow("empty number") << "" << one << a4 << true << QSize() << "" << QRectF() << "没有指定需要打印的编号";
+        QTest::newRow("14 digits") << "33010220260000" << one << a4 << true << QSize() << "" << QRectF()
+                                   << "需要打印的编号不正确";
         // Longer numbers are not refused; they match nothing.
-        QTest::newRow("16 digits") << "3301022026000021" << one << true << true << "" << "";
-        QTest::newRow("no items") << numberB << QStringList() << true << true << "" << "";
+        QTest::newRow("16 digits") << "3301022026000021" << one << a4 << true << a4Land << "" << QRectF() << "";
+        QTest::newRow("no items") << numberB << QStringList() << a4 << true << a4Land << "" << QRectF() << "";
         // The same serial in another year or region is another registration.
-        QTest::newRow("same serial, other year") << "330102202700002" << one << true << true << "钱七" << "";
-        QTest::newRow("same serial, other region") << "330103202600002" << one << true << true << "孙八" << "";
-        QTest::newRow("trailing blank matches as in the column") << numberB + " " << one << true << true << "张三丰" << "";
+        QTest::newRow("same serial, other year") << "330102202700002" << one << a4 << true << a4Land << "钱七" << QRectF()
+                                                 << "";
+        QTest::newRow("same serial, other region") << "330103202600002" << one << a4 << true << a4Land << "孙八"
+                                                   << QRectF() << "";
+        QTest::newRow("trailing blank matches as in the column") << numberB + " " << one << a4 << true << a4Land
+                                                                 << "张三丰" << QRectF() << "";
         // Broken SQL and a number too long for Chinese numerals leave their boxes
         // empty; the rest of the certificate still prints.
         QTest::newRow("failed items print empty")
             << numberB << QStringList{item("没有这个字段+", "0,0"), item("承方名称", "0,100"), item("出方名称)", "0,200"),
                                       item("leaseout.登记编号", "0,300", "居左", "中文数字")}
-            << true << true << "李四" << "数目太大，无法换算！";
-        QTest::newRow("no printer") << numberB << one << false << false << ""
+            << a4 << true << a4Land << "李四" << QRectF() << "数目太大，无法换算！";
+        QTest::newRow("no printer") << numberB << one << a4 << false << QSize() << "" << QRectF()
                                     << "无法打印：没有可用的打印机。请先在系统中安装打印机并设为默认打印机。";
     }
 
-    void printOutcome()
+    void printing()
     {
         QFETCH(QString, number);
         QFETCH(QStringList, items);
         QFETCH(bool, toPdf);
+        QFETCH(QSize, paper);
+        QFETCH(QString, text);
+        QFETCH(QRectF, box);
         QFETCH(QString, message);
         if (!toPdf && !QPrinterInfo::availablePrinterNames().isEmpty())
             QSKIP("this machine has a printer; the no-printer path cannot be reached");
         if (!toPdf)
             printLayout::setPdfOutputForTests(QString());
-        if (!items.isEmpty())
-            storeLayout(items);
+        if (!items.isEmpty()) {
+            QFETCH(QString, page);
+            storeLayout(items, page);
+        }
         // After A and B in key order, so nothing else here sees them first.
         testSupport::insertLease({"330102202700002", "2027-03-02", 120, "钱七", "", "", "", ""});
         testSupport::insertLease({"330103202600002", "2026-03-02", 120, "孙八", "", "", "", ""});
@@ -286,14 +274,16 @@ private slots:
         const QList<pdfText::page> pages = printNumber(number, printed);
         // Each print item finds its registration through the keys.
         QCOMPARE(scanned() - before, 0);
-        QTEST(printed, "printed");
+        QCOMPARE(printed, !paper.isEmpty());
         QCOMPARE(watcher.boxes.size(), message.isEmpty() ? 0 : 1);
         QCOMPARE(watcher.lastTitle() + watcher.lastText(), message.isEmpty() ? QString() : "错误" + message);
         QCOMPARE(pages.size(), printed ? 1 : 0);
         for (const pdfText::page &page : pages) {
-            QTEST(pdfText::allText(page), "text");
-            QCOMPARE(page.size.toSize(), QSize(842, 595));
+            QCOMPARE(page.size.toSize(), paper);
+            QCOMPARE(pdfText::allText(page), text); // and nothing of the other registration
         }
+        if (!box.isNull())
+            pdfText::checkInBox(pages.value(0), text, box, items[0].section('\t', 4, 4));
     }
 
     void testPrintUsesUnsavedTable()
