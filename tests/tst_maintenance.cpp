@@ -1,7 +1,8 @@
-// Data maintenance and the background setting: backup and restore with the
-// real mysqldump and mysql, clearing old registrations, the background dialog.
-// The default fee's dialog (range, label) is checked by the office day.
+// Data maintenance and small settings: backup and restore with the real
+// mysqldump and mysql, clearing old registrations, the background dialog and
+// the default fee.
 #include "adminDriver.h"
+#include "appSettings.h"
 #include "dataBackup.h"
 #include "frmClearData.h"
 #include "frmSetBackground.h"
@@ -48,7 +49,13 @@ class tst_maintenance : public QObject
     QTemporaryDir m_dir;
 
 private slots:
-    void initTestCase() { testSupport::initApplication(); }
+    void initTestCase()
+    {
+        testSupport::initApplication();
+        // The working file has a fixed name in the temp folder, which other
+        // programs on this machine (and their tests) share.
+        qputenv("TMPDIR", QFile::encodeName(m_dir.path()));
+    }
     void init()
     {
         testSupport::removeSettingsFile();
@@ -110,9 +117,9 @@ private slots:
         QVERIFY(writeFile(dataBackup::workingFile(), tail));
         watcher.handler = adminDriver::fileDialogAnswer(m_dir.filePath(written));
         menuAction(window.get(), "恢复业务数据")->trigger();
-        QCOMPARE(state(), before);
         for (const auto &box : watcher.boxes)
-            QVERIFY2(box.title != "错误", qPrintable(box.text));
+            QVERIFY2(box.title != "错误", qPrintable(box.title + "|" + box.text));
+        QCOMPARE(state(), before);
     }
 
     // Whatever a damaged .sda would still uncompress to, nothing is replayed.
@@ -222,6 +229,31 @@ private slots:
             QVERIFY(!form->saveButton()->isEnabled());
         }
         QCOMPARE(mainWindow().styleSheet(), sheet.arg(picture));
+    }
+
+    void defaultFee_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("stored");
+        QTest::newRow("upper bound") << "99999" << 99999;
+        QTest::newRow("above the range") << "100000" << 10000; // the sixth digit is refused
+        QTest::newRow("zero") << "0" << 120;                   // refused: the stored fee stays
+    }
+    void defaultFee()
+    {
+        QFETCH(QString, typed);
+        std::unique_ptr<mainWindow> window(testSupport::login());
+        modalWatcher watcher;
+        watcher.handler = [&](QWidget *w) {
+            auto *dialog = qobject_cast<QInputDialog *>(w);
+            QCOMPARE(dialog->labelText(), QString("请输入默认收费金额（单位：元）　　"));
+            auto *spin = dialog->findChild<QSpinBox *>();
+            spin->selectAll();
+            QTest::keyClicks(spin, typed);
+            dialog->accept();
+        };
+        menuAction(window.get(), "默认收费金额")->trigger();
+        QTEST(appSettings::open()->value("ZELNOR/Price").toInt(), "stored");
     }
 };
 
