@@ -196,7 +196,6 @@ private slots:
         const QString a4 = "A4|1|30|60";
         const QSize a4Land(842, 595);
         const QStringList one{item("出方名称", "0,0")};
-        // Boxes are set in device units from the margins; the PDF speaks points.
         auto box = [this](double left, double top, int x, int y) {
             return QRectF(left + x * m_k, top + y * m_k, 300 * m_k, 40 * m_k);
         };
