@@ -1,5 +1,5 @@
 // The small shared pieces in one program: the settings file's bytes, Chinese
-// numerals and amounts, column classification, registration numbers and the
+// numerals and amounts, column classification, registration numbers, the
 // field list, and the query helper's typed cells and block copy.
 #include "appSettings.h"
 #include "dbTools.h"
@@ -10,308 +10,257 @@
 #include "printLayout.h"
 #include "testSupport.h"
 
-#include <QClipboard>
-#include <QProcess>
-#include <QStandardItemModel>
-#include <QTableWidget>
 #include <QtTest>
+#include <QtWidgets>
 
 class tst_helpers : public QObject
 {
     Q_OBJECT
 private slots:
-    void settingsFile();
-    void numerals_data();
-    void numerals();
-    void overflowWithoutWidgetsLogs();
-    void classification_data();
-    void classification();
-    void nextNumber_data();
-    void nextNumber();
-    void fieldListAndPartyRows();
-    void typedCellsAndOrder();
-    void copyBlock_data();
-    void copyBlock();
-    void reopenReportsFailure();
-};
-
-void tst_helpers::settingsFile()
-{
-    // Raw bytes, as another program or an earlier installation reads them;
-    // Chinese key names are %U-escaped, a leading slash names the same key.
-    testSupport::removeSettingsFile();
+    void settingsFile()
     {
+        // Raw bytes, as another program or an earlier installation reads them;
+        // Chinese key names are %U-escaped, a leading slash names the same key.
+        testSupport::removeSettingsFile();
+        {
+            auto settings = appSettings::open();
+            settings->setValue("Register/Company", QString("城关区房屋租赁管理所"));
+            settings->setValue("/LoginUser/李四", 1);
+        }
+        QCOMPARE(appSettings::path(), QCoreApplication::applicationDirPath() + "/ZELNOR.ini");
+        QFile file(appSettings::path());
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const QByteArray bytes = file.readAll();
+        QVERIFY2(bytes.contains("Company=" + gbText::encode("城关区房屋租赁管理所")), bytes.constData());
+        QVERIFY2(bytes.contains("[LoginUser]\n%U674E%U56DB=1"), bytes.constData());
+        QCOMPARE(appSettings::open()->value("LoginUser/李四").toInt(), 1);
+
+        file.resize(0);
+        file.write("[Register]\r\nCompany=" + gbText::encode("东城房管所") + "\r\n[LoginUser]\n%U5F20%U4E09=1\n"
+                   "[Server]\nBinDir=\"\\\"/opt/my sql/bin/mysqld\\\" --x\"\n");
+        file.close();
         auto settings = appSettings::open();
-        settings->setValue("Register/Company", QString("城关区房屋租赁管理所"));
-        settings->setValue("/LoginUser/李四", 1);
+        QCOMPARE(settings->value("/Register/Company").toString(), QString("东城房管所"));
+        QCOMPARE(settings->value("LoginUser/张三").toInt(), 1);
+        QCOMPARE(settings->value("Server/BinDir").toString(), QString("\"/opt/my sql/bin/mysqld\" --x"));
     }
-    QCOMPARE(appSettings::path(), QCoreApplication::applicationDirPath() + "/ZELNOR.ini");
-    QFile file(appSettings::path());
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    const QByteArray bytes = file.readAll();
-    QVERIFY2(bytes.contains("Company=" + gbText::encode("城关区房屋租赁管理所")), bytes.constData());
-    QVERIFY2(bytes.contains("[LoginUser]\n%U674E%U56DB=1"), bytes.constData());
-    QCOMPARE(appSettings::open()->value("LoginUser/李四").toInt(), 1);
 
-    file.resize(0);
-    file.write("[Register]\r\nCompany=" + gbText::encode("东城房管所") + "\r\n[LoginUser]\n%U5F20%U4E09=1\n"
-               "[Server]\nBinDir=\"\\\"/opt/my sql/bin/mysqld\\\" --x\"\n");
-    file.close();
-    auto settings = appSettings::open();
-    QCOMPARE(settings->value("/Register/Company").toString(), QString("东城房管所"));
-    QCOMPARE(settings->value("LoginUser/张三").toInt(), 1);
-    QCOMPARE(settings->value("Server/BinDir").toString(), QString("\"/opt/my sql/bin/mysqld\" --x"));
-}
-
-// The expected texts are what certificates have always shown, quirks
-// included; the rows with every unit catch a shifted unit index, the zero
-// rows a changed replacement order.
-void tst_helpers::numerals_data()
-{
-    QTest::addColumn<QString>("conversion"); // the layout's conversion names, as printing calls them
-    QTest::addColumn<QString>("input");
-    QTest::addColumn<QString>("output");
-    const QString number = "中文数字", amount = "金额大写";
-    QTest::newRow("empty") << number << "" << "";
-    QTest::newRow("0") << number << "0" << "○";
-    QTest::newRow("10 keeps trailing zero") << number << "10" << "十○";
-    QTest::newRow("11 drops leading one") << number << "11" << "十一";
-    QTest::newRow("20 keeps its two") << number << "20" << "二十○";
-    QTest::newRow("111 not shortened") << number << "111" << "一百一十一";
-    QTest::newRow("1005 zeros collapse") << number << "1005" << "一千○五";
-    QTest::newRow("123456789 every unit") << number << "123456789" << "一亿二千三百四十五万六千七百八十九";
-    QTest::newRow("ten digits") << number << "1234567890" << "一十二亿三千四百五十六万七千八百九十○";
-    QTest::newRow("zero before 万 dropped") << number << "100000000" << "一亿万○";
-    QTest::newRow("zero after 亿 kept") << number << "100010000" << "一亿○一万○";
-    QTest::newRow("zero before 亿 kept") << number << "1000000001" << "一十○亿万○一";
-    QTest::newRow("11 digits too large") << number << "12345678901" << "!";
-    QTest::newRow("0 yuan is empty") << amount << "0" << "";
-    QTest::newRow("0.5") << amount << "0.5" << "伍角";
-    QTest::newRow("1.05 no zero before 分") << amount << "1.05" << "壹元伍分";
-    QTest::newRow("10") << amount << "10" << "拾元整";
-    QTest::newRow("100.5 zero before 元 vanishes") << amount << "100.5" << "壹佰元伍角";
-    QTest::newRow("101.01") << amount << "101.01" << "壹佰零壹元壹分";
-    QTest::newRow("12345.67 every unit") << amount << "12345.67" << "壹万贰仟叁佰肆拾伍元陆角柒分";
-    QTest::newRow("150000.75") << amount << "150000.75" << "壹拾伍万元柒角伍分";
-    QTest::newRow("1e16 at the limit") << amount << "1e16" << "壹万零亿万元整";
-    QTest::newRow("just above the single-precision 1e16") << amount << "10000000300000000" << "!";
-    QTest::newRow("-5") << amount << "-5" << "-拾伍元整";
-}
-
-void tst_helpers::numerals()
-{
-    QFETCH(QString, conversion);
-    QFETCH(QString, input);
-    QFETCH(QString, output);
-    modalWatcher watcher;
-    const bool tooLarge = output == "!"; // empty result and the box
-    QCOMPARE(printLayout::converted(input, conversion), tooLarge ? QString() : output);
-    QCOMPARE(watcher.boxes.size(), tooLarge ? 1 : 0);
-    QCOMPARE(watcher.lastTitle() + watcher.lastText(), QString(tooLarge ? "错误数目太大，无法换算！" : ""));
-}
-
-void tst_helpers::overflowWithoutWidgetsLogs()
-{
-    // The same program without a QApplication (see main below) must not wait
-    // for a box nobody can answer: it logs and returns empty results.
-    QProcess child;
-    child.start(QCoreApplication::applicationFilePath(), {"--core-only"});
-    QVERIFY(child.waitForFinished(10000));
-    QCOMPARE(child.exitCode(), 0);
-    QCOMPARE(QString::fromUtf8(child.readAllStandardOutput()), QString("number=[]\namount=[]\nsmall=[拾伍元整]\n"));
-    QCOMPARE(QString::fromUtf8(child.readAllStandardError()).count("数目太大，无法换算！"), 2);
-}
-
-void tst_helpers::classification_data()
-{
-    QTest::addColumn<QString>("type");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("length");          // for text lines
-    QTest::addColumn<QStringList>("values");  // for choice lists
-    const int text = int(columnKind::Text), choice = int(columnKind::Choice);
-    QTest::newRow("varchar") << "varchar(40)" << text << 40 << QStringList();
-    QTest::newRow("unreadable length") << "varchar(40) binary" << text << 0 << QStringList();
-    QTest::newRow("enum, declared order") << "enum('乙','甲','丙')" << choice << 0 << QStringList{"乙", "甲", "丙"};
-    // A character-class removal: every e, n, u, m, (, ), ' goes, wherever it is.
-    QTest::newRow("enum loses latin letters") << "enum('menu','sun','甲(乙)')" << choice << 0
-                                              << QStringList{"", "s", "甲乙"};
-    QTest::newRow("bigint") << "bigint(20)" << int(columnKind::Number) << 0 << QStringList();
-    QTest::newRow("date") << "date" << int(columnKind::None) << 0 << QStringList();
-    QTest::newRow("decimal") << "decimal(10,2)" << int(columnKind::None) << 0 << QStringList();
-    // First match wins: an enum whose values spell "char" is a text line.
-    QTest::newRow("enum spelling char") << "enum('char','b')" << text << 0 << QStringList();
-}
-
-void tst_helpers::classification()
-{
-    QFETCH(QString, type);
-    QFETCH(int, kind);
-    QFETCH(QStringList, values);
-    QCOMPARE(int(myTools::kindOf(type)), kind);
-    if (kind == int(columnKind::Text) && values.isEmpty())
-        QTEST(myTools::charLength(type), "length");
-    if (kind == int(columnKind::Choice))
-        QCOMPARE(myTools::enumValues(type), values);
-}
-
-void tst_helpers::nextNumber_data()
-{
-    QTest::addColumn<QStringList>("existing");   // "region,Y|P,serial": this or the previous year
-    QTest::addColumn<int>("yearOffset");         // registration date's year relative to today
-    QTest::addColumn<QString>("expectedSerial"); // the 5 digits after today's year
-    QTest::newRow("first of the year") << QStringList{} << 0 << "00001";
-    QTest::newRow("after highest, gap not refilled")
-        << QStringList{"330102,Y,1", "330102,Y,2", "330102,Y,7"} << 0 << "00008";
-    QTest::newRow("other region or year does not count") << QStringList{"330103,Y,41", "330102,P,12"} << 0 << "00001";
-    // The lookup uses the registration date's year, the prefix today's year.
-    QTest::newRow("previous year's sequence, today's prefix")
-        << QStringList{"330102,P,12", "330102,Y,3"} << -1 << "00013";
-}
-
-void tst_helpers::nextNumber()
-{
-    QFETCH(QStringList, existing);
-    QFETCH(int, yearOffset);
-    QFETCH(QString, expectedSerial);
-    testSupport::resetDatabase();
-    const QDate today = QDate::currentDate();
-    for (const QString &row : existing) {
-        const QStringList p = row.split(',');
-        const int year = p[1] == "Y" ? today.year() : today.year() - 1;
-        QVERIFY(testSupport::exec(QString("INSERT lease SET 地区='%1',年度=%2,编号=%3,登记日期='%2-03-01'")
-                                      .arg(p[0]).arg(year).arg(p[2])));
+    // The expected texts are what certificates have always shown, quirks
+    // included; the rows with every unit catch a shifted unit index, the zero
+    // rows a changed replacement order.
+    void numerals_data()
+    {
+        QTest::addColumn<QString>("conversion"); // the layout's conversion names, as printing calls them
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QString>("output");
+        const QString number = "中文数字", amount = "金额大写";
+        QTest::newRow("empty") << number << "" << "";
+        QTest::newRow("0") << number << "0" << "○";
+        QTest::newRow("10 keeps trailing zero") << number << "10" << "十○";
+        QTest::newRow("11 drops leading one") << number << "11" << "十一";
+        QTest::newRow("20 keeps its two") << number << "20" << "二十○";
+        QTest::newRow("111 not shortened") << number << "111" << "一百一十一";
+        QTest::newRow("1005 zeros collapse") << number << "1005" << "一千○五";
+        QTest::newRow("123456789 every unit") << number << "123456789" << "一亿二千三百四十五万六千七百八十九";
+        QTest::newRow("ten digits") << number << "1234567890" << "一十二亿三千四百五十六万七千八百九十○";
+        QTest::newRow("zero before 万 dropped") << number << "100000000" << "一亿万○";
+        QTest::newRow("zero after 亿 kept") << number << "100010000" << "一亿○一万○";
+        QTest::newRow("zero before 亿 kept") << number << "1000000001" << "一十○亿万○一";
+        QTest::newRow("11 digits too large") << number << "12345678901" << "!";
+        QTest::newRow("0 yuan is empty") << amount << "0" << "";
+        QTest::newRow("0.5") << amount << "0.5" << "伍角";
+        QTest::newRow("1.05 no zero before 分") << amount << "1.05" << "壹元伍分";
+        QTest::newRow("10") << amount << "10" << "拾元整";
+        QTest::newRow("100.5 zero before 元 vanishes") << amount << "100.5" << "壹佰元伍角";
+        QTest::newRow("101.01") << amount << "101.01" << "壹佰零壹元壹分";
+        QTest::newRow("12345.67 every unit") << amount << "12345.67" << "壹万贰仟叁佰肆拾伍元陆角柒分";
+        QTest::newRow("150000.75") << amount << "150000.75" << "壹拾伍万元柒角伍分";
+        QTest::newRow("1e16 at the limit") << amount << "1e16" << "壹万零亿万元整";
+        QTest::newRow("just above the single-precision 1e16") << amount << "10000000300000000" << "!";
+        QTest::newRow("-5") << amount << "-5" << "-拾伍元整";
     }
-    QCOMPARE(myTools().nextRegisterNumber("330102", today.addYears(yearOffset)),
-             "330102" + today.toString("yyyy") + expectedSerial);
-}
 
-void tst_helpers::fieldListAndPartyRows()
-{
-    testSupport::resetDatabase();
-    QVERIFY(testSupport::exec("ALTER TABLE leasein ADD 工作单位 varchar(60) AFTER 承方名称"));
-    const QStringList fields = myTools().fieldList().split(',');
-    // leaseout first with its 登记编号, then the other party tables without it,
-    // then lease without its number parts.
-    QCOMPARE(fields.first(), QString("登记编号"));
-    QCOMPARE(fields.count("登记编号"), 1);
-    for (const char *hidden : {"编号", "地区", "年度"})
-        QVERIFY2(!fields.contains(QString::fromUtf8(hidden)), hidden);
-    const int lessee = fields.indexOf("承方名称");
-    QVERIFY(fields.indexOf("出方名称") < lessee && lessee < fields.indexOf("房屋坐落"));
-    QCOMPARE(fields.indexOf("工作单位"), lessee + 1);
-    QCOMPARE(fields.mid(fields.size() - 4), (QStringList{"登记日期", "有效日起", "有效日止", "收费金额"}));
-
-    // Clearing old data deletes from lease only; the party rows must follow,
-    // or a number reused later collides with the orphans.
-    testSupport::insertLease({"330102202000001", "2020-05-01", 120, "张三", "", "李四", "", "解放路1号"});
-    QVERIFY(testSupport::exec("DELETE FROM lease WHERE 登记日期<'2021-01-01'"));
-    for (const char *table : {"leaseout", "leasein", "leasehouse"})
-        QCOMPARE(testSupport::count(QString::fromLatin1(table)), 0);
-    testSupport::insertLease({"330102202000001", "2020-06-01", 120, "王五", "", "", "", ""});
-    QCOMPARE(testSupport::count("leaseout"), 1);
-
-    testSupport::connectAsRoot("no_such_database");
-    QCOMPARE(myTools().fieldList(), QString());
-    testSupport::connectAsRoot();
-}
-
-static QStringList column(QTableWidget &t, int c)
-{
-    QStringList values;
-    for (int r = 0; r < t.rowCount(); ++r)
-        values << (t.item(r, c) ? t.item(r, c)->data(Qt::DisplayRole).toString() : QString("<none>"));
-    return values;
-}
-
-void tst_helpers::typedCellsAndOrder()
-{
-    testSupport::resetDatabase();
-    QVERIFY(testSupport::exec("CREATE TABLE typed (i int, b bigint, u int unsigned, d double, "
-                              "m decimal(10,2), dt date, ts datetime, s varchar(20))"));
-    QVERIFY(testSupport::exec("INSERT typed VALUES (9,9000000000,7,1.5,12.50,'2026-03-01','2026-03-01 08:30:00','甲'),"
-                              "(10,1,8,-2.25,0.10,'2025-12-31','2025-12-31 23:59:59','乙'),"
-                              "(NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL)"));
-    QTableWidget table;
-    mySqlQuery helper;
-    helper.setStatement("SELECT * FROM typed WHERE i=9 OR i IS NULL ORDER BY i"); // NULL row first
-    helper.fillTable(&table);
-    const QVariantList expected{9, Q_INT64_C(9000000000), 7u, 1.5, 12.5, QDate(2026, 3, 1),
-                                QDateTime(QDate(2026, 3, 1), QTime(8, 30)), QString("甲")};
-    QCOMPARE(table.columnCount(), expected.size());
-    for (int c = 0; c < expected.size(); ++c) {
-        const QVariant cell = table.item(0, c)->data(Qt::DisplayRole); // the last row returned is shown first
-        QVERIFY2(cell.type() == expected[c].type() && cell == expected[c], qPrintable(cell.toString()));
-        // A missing value stays empty rather than reading as 0.
-        QCOMPARE(table.item(1, c)->data(Qt::DisplayRole).toString(), QString());
+    void numerals()
+    {
+        QFETCH(QString, conversion);
+        QFETCH(QString, input);
+        QFETCH(QString, output);
+        modalWatcher watcher;
+        const bool tooLarge = output == "!"; // empty result and the box
+        QCOMPARE(printLayout::converted(input, conversion), tooLarge ? QString() : output);
+        QCOMPARE(watcher.boxes.size(), tooLarge ? 1 : 0);
+        QCOMPARE(watcher.lastTitle() + watcher.lastText(), QString(tooLarge ? "错误数目太大，无法换算！" : ""));
     }
-    QCOMPARE(table.horizontalHeaderItem(7)->text(), QString("s"));
 
-    // A second fill goes above what is there and replaces the headers.
-    helper.setStatement("SELECT 4 AS renamed, 'd' AS other");
-    helper.fillTable(&table);
-    QCOMPARE(column(table, 0), (QStringList{"4", "9", ""}));
-    QCOMPARE(table.horizontalHeaderItem(0)->text(), QString("renamed"));
-    // An empty field list, as browse builds it with nothing ticked.
-    helper.setStatement("SELECT  FROM lease");
-    helper.fillTable(&table);
-    QCOMPARE(table.columnCount(), 0);
+    void overflowWithoutWidgetsLogs()
+    {
+        // The same program without a QApplication (see main below) must not wait
+        // for a box nobody can answer: it logs and returns empty results.
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), {"--core-only"});
+        QVERIFY(child.waitForFinished(10000));
+        QCOMPARE(child.exitCode(), 0);
+        QCOMPARE(QString::fromUtf8(child.readAllStandardOutput()), QString("number=[]\namount=[]\nsmall=[拾伍元整]\n"));
+        QCOMPARE(QString::fromUtf8(child.readAllStandardError()).count("数目太大，无法换算！"), 2);
+    }
 
-    QTableWidget sorted;
-    sorted.setSortingEnabled(true);
-    helper.setStatement("SELECT i, dt FROM typed WHERE i IS NOT NULL UNION ALL SELECT 100, '2024-01-01'");
-    helper.fillTable(&sorted);
-    sorted.sortItems(0, Qt::AscendingOrder);
-    QCOMPARE(column(sorted, 0), (QStringList{"9", "10", "100"})); // numbers, not text
-    sorted.sortItems(1, Qt::AscendingOrder);
-    QCOMPARE(column(sorted, 1), (QStringList{"2024-01-01", "2025-12-31", "2026-03-01"}));
-    QVERIFY(sorted.isSortingEnabled());
-}
+    void classification_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QString>("shownAs"); // a text line and its length, a choice list, a number or nothing
+        QTest::newRow("varchar") << "varchar(40)" << "text 40";
+        QTest::newRow("unreadable length") << "varchar(40) binary" << "text 0";
+        QTest::newRow("enum, declared order") << "enum('乙','甲','丙')" << "choice 乙,甲,丙";
+        // A character-class removal: every e, n, u, m, (, ), ' goes, wherever it is.
+        QTest::newRow("enum loses latin letters") << "enum('menu','sun','甲(乙)')" << "choice ,s,甲乙";
+        QTest::newRow("bigint") << "bigint(20)" << "number";
+        QTest::newRow("date") << "date" << "none";
+        QTest::newRow("decimal") << "decimal(10,2)" << "none";
+        // First match wins: an enum whose values spell "char" is a text line.
+        QTest::newRow("enum spelling char") << "enum('char','b')" << "text 0";
+    }
 
-void tst_helpers::copyBlock_data()
-{
-    QTest::addColumn<QList<QRect>>("selection"); // (column,row,width,height)
-    QTest::addColumn<QString>("copied");
-    QTest::newRow("2x3 block") << QList<QRect>{QRect(1, 1, 3, 2)} << "b1\tc1\td1\nb2\tc2\td2";
-    QTest::newRow("whole table") << QList<QRect>{QRect(0, 0, 4, 3)}
-                                 << "a0\tb0\tc0\td0\na1\tb1\tc1\td1\na2\tb2\tc2\td2";
-    // Two selections: the block spans from the first to the last, gaps included.
-    QTest::newRow("two selections") << QList<QRect>{QRect(0, 0, 1, 1), QRect(2, 1, 1, 1)} << "a0\tb0\tc0\na1\tb1\tc1";
-    QTest::newRow("nothing selected") << QList<QRect>{} << "untouched";
-}
+    void classification()
+    {
+        QFETCH(QString, type);
+        const columnKind kind = myTools::kindOf(type);
+        QTEST(kind == columnKind::Text     ? "text " + QString::number(myTools::charLength(type))
+              : kind == columnKind::Choice ? "choice " + myTools::enumValues(type).join(',')
+              : kind == columnKind::Number ? "number" : "none", "shownAs");
+    }
 
-void tst_helpers::copyBlock()
-{
-    QFETCH(QList<QRect>, selection);
-    QStandardItemModel model(3, 4);
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 4; ++c)
-            model.setItem(r, c, new QStandardItem(QString(QChar('a' + c)) + QString::number(r)));
-    myTableView view;
-    view.setModel(&model);
-    for (const QRect &rect : selection)
-        view.selectionModel()->select(QItemSelection(model.index(rect.top(), rect.left()),
-                                                     model.index(rect.bottom(), rect.right())),
-                                      QItemSelectionModel::Select);
-    QApplication::clipboard()->setText("untouched");
-    view.myCopyDataToClipoard();
-    QTEST(QApplication::clipboard()->text(), "copied");
-}
+    void nextNumber_data()
+    {
+        QTest::addColumn<QStringList>("existing");   // "region,Y|P,serial": this or the previous year
+        QTest::addColumn<int>("yearOffset");         // registration date's year relative to today
+        QTest::addColumn<QString>("expectedSerial"); // the 5 digits after today's year
+        QTest::newRow("first of the year") << QStringList{} << 0 << "00001";
+        QTest::newRow("after highest, gap not refilled")
+            << QStringList{"330102,Y,1", "330102,Y,2", "330102,Y,7"} << 0 << "00008";
+        QTest::newRow("other region or year does not count") << QStringList{"330103,Y,41", "330102,P,12"} << 0 << "00001";
+        // The lookup uses the registration date's year, the prefix today's year.
+        QTest::newRow("previous year's sequence, today's prefix")
+            << QStringList{"330102,P,12", "330102,Y,3"} << -1 << "00013";
+    }
 
-void tst_helpers::reopenReportsFailure()
-{
-    modalWatcher boxes;
-    QSqlDatabase db = QSqlDatabase::addDatabase("QMYSQL", "wrong");
-    db.setHostName("localhost");
-    db.setUserName("root");
-    db.setPassword("not-the-password");
-    QVERIFY(!dbTools::reopen(db));
-    QCOMPARE(boxes.boxes.size(), 1);
-    QCOMPARE(boxes.lastTitle(), QString("Database Error"));
-    QVERIFY2(boxes.lastText().startsWith("Access denied for user 'root'"), qPrintable(boxes.lastText()));
-    QSqlDatabase root = QSqlDatabase::database();
-    QVERIFY(dbTools::reopen(root));
-    QCOMPARE(boxes.boxes.size(), 1);
-}
+    void nextNumber()
+    {
+        QFETCH(QStringList, existing);
+        QFETCH(int, yearOffset);
+        QFETCH(QString, expectedSerial);
+        testSupport::resetDatabase();
+        const QDate today = QDate::currentDate();
+        for (const QString &row : existing) {
+            const QStringList p = row.split(',');
+            const int year = p[1] == "Y" ? today.year() : today.year() - 1;
+            QVERIFY(testSupport::exec(QString("INSERT lease SET 地区='%1',年度=%2,编号=%3,登记日期='%2-03-01'")
+                                          .arg(p[0]).arg(year).arg(p[2])));
+        }
+        QCOMPARE(myTools().nextRegisterNumber("330102", today.addYears(yearOffset)),
+                 "330102" + today.toString("yyyy") + expectedSerial);
+    }
+
+    void fieldList()
+    {
+        testSupport::resetDatabase();
+        QVERIFY(testSupport::exec("ALTER TABLE leasein ADD 工作单位 varchar(60) AFTER 承方名称"));
+        const QStringList fields = myTools().fieldList().split(',');
+        // leaseout first with its 登记编号, then the other party tables without it,
+        // then lease without its number parts.
+        QCOMPARE(fields.first(), QString("登记编号"));
+        QCOMPARE(fields.count("登记编号"), 1);
+        for (const char *hidden : {"编号", "地区", "年度"})
+            QVERIFY2(!fields.contains(QString::fromUtf8(hidden)), hidden);
+        const int lessee = fields.indexOf("承方名称");
+        QVERIFY(fields.indexOf("出方名称") < lessee && lessee < fields.indexOf("房屋坐落"));
+        QCOMPARE(fields.indexOf("工作单位"), lessee + 1);
+        QCOMPARE(fields.mid(fields.size() - 4), (QStringList{"登记日期", "有效日起", "有效日止", "收费金额"}));
+
+        testSupport::connectAsRoot("no_such_database");
+        QCOMPARE(myTools().fieldList(), QString());
+        testSupport::connectAsRoot();
+    }
+
+    void typedCells()
+    {
+        testSupport::resetDatabase();
+        QVERIFY(testSupport::exec("CREATE TABLE typed (i int, b bigint, u int unsigned, d double, "
+                                  "m decimal(10,2), dt date, ts datetime, s varchar(20))"));
+        QVERIFY(testSupport::exec("INSERT typed VALUES (9,9000000000,7,1.5,12.50,'2026-03-01','2026-03-01 08:30:00','甲'),"
+                                  "(NULL,NULL,NULL,NULL,NULL,NULL,NULL,NULL)"));
+        QTableWidget table;
+        mySqlQuery helper;
+        helper.setStatement("SELECT * FROM typed ORDER BY i"); // NULL row first
+        helper.fillTable(&table);
+        const QVariantList expected{9, Q_INT64_C(9000000000), 7u, 1.5, 12.5, QDate(2026, 3, 1),
+                                    QDateTime(QDate(2026, 3, 1), QTime(8, 30)), QString("甲")};
+        QCOMPARE(table.columnCount(), expected.size());
+        for (int c = 0; c < expected.size(); ++c) {
+            const QVariant cell = table.item(0, c)->data(Qt::DisplayRole); // the last row returned is shown first
+            QVERIFY2(cell.type() == expected[c].type() && cell == expected[c], qPrintable(cell.toString()));
+            // A missing value stays empty rather than reading as 0.
+            QCOMPARE(table.item(1, c)->data(Qt::DisplayRole).toString(), QString());
+        }
+        QCOMPARE(table.horizontalHeaderItem(7)->text(), QString("s"));
+
+        // A second fill goes above what is there and replaces the headers.
+        helper.setStatement("SELECT 4 AS renamed, 'd' AS other");
+        helper.fillTable(&table);
+        QCOMPARE(table.rowCount(), 3);
+        QCOMPARE(table.item(0, 0)->text() + table.item(1, 0)->text(), QString("49"));
+        QCOMPARE(table.horizontalHeaderItem(0)->text(), QString("renamed"));
+        // An empty field list, as browse builds it with nothing ticked.
+        helper.setStatement("SELECT  FROM lease");
+        helper.fillTable(&table);
+        QCOMPARE(table.columnCount(), 0);
+    }
+
+    void copyBlock_data()
+    {
+        QTest::addColumn<QList<QRect>>("selection"); // (column,row,width,height)
+        QTest::addColumn<QString>("copied");
+        QTest::newRow("2x3 block") << QList<QRect>{QRect(1, 1, 3, 2)} << "b1\tc1\td1\nb2\tc2\td2";
+        QTest::newRow("whole table") << QList<QRect>{QRect(0, 0, 4, 3)}
+                                     << "a0\tb0\tc0\td0\na1\tb1\tc1\td1\na2\tb2\tc2\td2";
+        // Two selections: the block spans from the first to the last, gaps included.
+        QTest::newRow("two selections") << QList<QRect>{QRect(0, 0, 1, 1), QRect(2, 1, 1, 1)} << "a0\tb0\tc0\na1\tb1\tc1";
+        QTest::newRow("nothing selected") << QList<QRect>{} << "untouched";
+    }
+
+    void copyBlock()
+    {
+        QFETCH(QList<QRect>, selection);
+        QStandardItemModel model(3, 4);
+        for (int r = 0; r < 3; ++r)
+            for (int c = 0; c < 4; ++c)
+                model.setItem(r, c, new QStandardItem(QString(QChar('a' + c)) + QString::number(r)));
+        myTableView view;
+        view.setModel(&model);
+        for (const QRect &rect : selection)
+            view.selectionModel()->select(QItemSelection(model.index(rect.top(), rect.left()),
+                                                         model.index(rect.bottom(), rect.right())),
+                                          QItemSelectionModel::Select);
+        QApplication::clipboard()->setText("untouched");
+        view.myCopyDataToClipoard();
+        QTEST(QApplication::clipboard()->text(), "copied");
+    }
+
+    void reopenReportsFailure()
+    {
+        modalWatcher boxes;
+        QSqlDatabase db = QSqlDatabase::addDatabase("QMYSQL", "wrong");
+        db.setHostName("localhost");
+        db.setUserName("root");
+        db.setPassword("not-the-password");
+        QVERIFY(!dbTools::reopen(db));
+        QCOMPARE(boxes.boxes.size(), 1);
+        QCOMPARE(boxes.lastTitle(), QString("Database Error"));
+        QVERIFY2(boxes.lastText().startsWith("Access denied for user 'root'"), qPrintable(boxes.lastText()));
+        QSqlDatabase root = QSqlDatabase::database();
+        QVERIFY(dbTools::reopen(root));
+        QCOMPARE(boxes.boxes.size(), 1);
+    }
+};
 
 int main(int argc, char **argv)
 {

@@ -10,16 +10,10 @@
 #include "pdfText.h"
 #include "testSupport.h"
 
-#include <QLineEdit>
-#include <QPrinter>
 #include <QPrinterInfo>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QStatusBar>
-#include <QTableWidget>
-#include <QTemporaryDir>
 #include <QSqlQuery>
 #include <QtTest>
+#include <QtWidgets>
 
 namespace {
 
@@ -92,263 +86,233 @@ void storeLayout(const QStringList &items, const QString &page = "A4|1|30|60")
 class tst_print : public QObject
 {
     Q_OBJECT
-private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
-
-    void editedLayoutSavedAndReadBack();
-    void elevenItemsKeepKeyOrderAndRenumber();
-
-    void itemLandsInItsBox_data();
-    void itemLandsInItsBox();
-    void printOutcome_data();
-    void printOutcome();
-    void testPrintUsesUnsavedTable();
-
-private:
-    frmSetPrintItem *openForm();
-    QList<pdfText::page> printNumber(const QString &number, bool &printed);
-
     QTemporaryDir m_dir;
     QString m_pdf;
     std::unique_ptr<mainWindow> m_window;
     double m_k = 0; // points per device unit
-};
 
-void tst_print::initTestCase()
-{
-    testSupport::initApplication();
-    QVERIFY(m_dir.isValid());
-    // Boxes are measured in screen pixels; the PDF speaks points.
-    m_k = 72.0 / QPrinter(QPrinter::ScreenResolution).resolution();
-}
-
-void tst_print::init()
-{
-    testSupport::resetDatabase();
-    testSupport::removeSettingsFile();
-    // A is what a query without a number returns first; printing B must never show A's values.
-    testSupport::insertLease({numberA, "2026-03-01", 120, "王五", "", "赵六", "", "中山路8号"});
-    testSupport::insertLease({numberB, "2026-03-02", 1505, "张三丰", "13800001111", "李四", "", "解放路1号"});
-    m_pdf = m_dir.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".pdf");
-    QFile::remove(m_pdf);
-    printLayout::setPdfOutputForTests(m_pdf);
-    m_window.reset(new mainWindow);
-}
-
-void tst_print::cleanup()
-{
-    printLayout::setPdfOutputForTests(QString());
-    m_window.reset();
-}
-
-frmSetPrintItem *tst_print::openForm()
-{
-    auto *form = new frmSetPrintItem(m_window.get());
-    m_window->openForm(form);
-    return form;
-}
-
-QList<pdfText::page> tst_print::printNumber(const QString &number, bool &printed)
-{
-    objPrint job;
-    job.setPrintNumber(number);
-    printed = job.printRecord();
-    return QFile::exists(m_pdf) ? pdfText::read(m_pdf) : QList<pdfText::page>();
-}
-
-void tst_print::editedLayoutSavedAndReadBack()
-{
-    frmSetPrintItem *form = openForm();
-    fill(form->table(), {"0|出方名称|字样|1,1|2,2|居左|无", "1|   ||5,5|6,6|居右|金额大写",
-                         "4| CONCAT(出方名称,'x') || 10,20 |200,30 | 居中 | 金额大写 ", "6|收费金额||1,2|3,4|居左|"});
-    QFont font("WenQuanYi Zen Hei", -1, QFont::Bold, true);
-    font.setPointSizeF(10.5);
-    form->table()->item(0, 1)->setData(Qt::FontRole, font);
-    form->paperEdit()->setText(" a3 ");
-    form->portraitButton()->setChecked(true);
-    form->leftEdit()->setText("abc");
-    form->topEdit()->clear();
-    form->saveButton()->click();
-    QCOMPARE(m_window->statusBar()->currentMessage(), QString("数据保存OK."));
-
-    // The blank expression is left out and the rest renumbered, cells trimmed,
-    // an empty conversion stored as 无, the page setup kept exactly as typed.
-    QCOMPARE(storedLayout(), (QStringList{"出方名称\tWenQuanYi Zen Hei,10.5,-1,5,75,1,0,0,0,0\t1,1\t2,2\t居左\t无",
-                                          "CONCAT(出方名称,'x')\t\t10,20\t200,30\t居中\t金额大写",
-                                          "收费金额\t\t1,2\t3,4\t居左\t无", " a3 |false|abc|"}));
-
-    // Read back, the 10.5-point font is the 12 points earlier installations printed with.
-    QTableWidget *table = openForm()->table();
-    QCOMPARE(cell(table, 1, 0) + cell(table, 2, 0) + cell(table, 3, 0), "CONCAT(出方名称,'x')收费金额<none>");
-    const QFont read = table->item(0, 1)->data(Qt::FontRole).value<QFont>();
-    QCOMPARE(QString("%1 %2").arg(read.family()).arg(read.pointSize()), QString("WenQuanYi Zen Hei 12"));
-    QVERIFY(read.bold() && read.italic());
-}
-
-void tst_print::elevenItemsKeepKeyOrderAndRenumber()
-{
-    QStringList items;
-    for (int n = 0; n < 12; ++n)
-        items << QStringLiteral("项目%1\t\t%1,0\t10,10\t居左\t无").arg(n);
-    storeLayout(items);
-    frmSetPrintItem *form = openForm();
-    // Earlier installations listed the items in the settings library's key order.
-    const QStringList order{"0", "1", "10", "11", "2", "3", "4", "5", "6", "7", "8", "9"};
-    for (int row = 0; row < order.size(); ++row)
-        QCOMPARE(cell(form->table(), row, 0) + cell(form->table(), row, 2), "项目" + order[row] + order[row] + ",0");
-    QCOMPARE(cell(form->table(), 12, 0), QString("<none>"));
-
-    // Saving renumbers in the order shown: the old item 10 becomes item 2.
-    form->btSaveClicked();
-    const QStringList stored = storedLayout();
-    QCOMPARE(stored.size(), 13);
-    for (int n = 0; n < 12; ++n)
-        QCOMPARE(stored[n].section('\t', 0, 0), "项目" + order[n]);
-}
-
-void tst_print::itemLandsInItsBox_data()
-{
-    QTest::addColumn<QString>("layoutItem");
-    QTest::addColumn<QString>("page");   // paper|landscape|left|top
-    QTest::addColumn<QSize>("paper");    // points
-    QTest::addColumn<QPointF>("margins"); // points
-    QTest::addColumn<QPoint>("at");      // device units, as the operator measured
-    QTest::addColumn<QString>("text");
-    const QString a4 = "A4|1|30|60";
-    const QSize a4Land(842, 595);
-    const QPointF m(30, 60);
-    const QPoint at(100, 50);
-    // Left, centred, right and 金额大写 in their boxes: the office-day program prints them.
-    QTest::newRow("unknown alignment is left, single coordinate is x")
-        << item("出方电话", "250", "靠边") << a4 << a4Land << m << QPoint(250, 0) << "13800001111";
-    QTest::newRow("expression over two tables, empty conversion")
-        << item("CONCAT(出方名称,'/',承方名称)", "100,50", "居右", "") << a4 << a4Land << m << at << "张三丰/李四";
-    QTest::newRow("中文数字") << item("收费金额", "100,50", "居左", "中文数字") << a4 << a4Land << m << at << "一千五百○五";
-    QTest::newRow(" a3  portrait") << item("出方名称", "0,0") << " a3 |0|50|50" << QSize(842, 1191)
-                                   << QPointF(50, 50) << QPoint() << "张三丰";
-    QTest::newRow("A5 landscape, margins trimmed")
-        << item("出方名称", "0,0") << "A5|1| 20 |100" << QSize(595, 420) << QPointF(20, 100) << QPoint() << "张三丰";
-    QTest::newRow("unknown paper is A4") << item("出方名称", "0,0") << "B5|0|50|50" << QSize(595, 842)
-                                         << QPointF(50, 50) << QPoint() << "张三丰";
-    QTest::newRow("margins not numbers give 0") << item("出方名称", "0,0") << "A4|1|abc|" << a4Land << QPointF()
-                                                << QPoint() << "张三丰";
-}
-
-void tst_print::itemLandsInItsBox()
-{
-    QFETCH(QString, layoutItem);
-    QFETCH(QString, page);
-    QFETCH(QPointF, margins);
-    QFETCH(QPoint, at);
-    QFETCH(QString, text);
-    storeLayout({layoutItem}, page);
-    modalWatcher watcher;
-    bool printed = false;
-    const QList<pdfText::page> pages = printNumber(numberB, printed);
-    QVERIFY(printed && watcher.boxes.isEmpty());
-    QCOMPARE(pages.size(), 1);
-    QTEST(pages[0].size.toSize(), "paper");
-    QCOMPARE(pdfText::allText(pages[0]), text); // and nothing of the other registration
-    pdfText::checkInBox(pages[0], text, QRectF(margins + at * m_k, QSizeF(300 * m_k, 40 * m_k)), layoutItem.section('\t', 4, 4));
-}
-
-void tst_print::printOutcome_data()
-{
-    QTest::addColumn<QString>("number");
-    QTest::addColumn<QStringList>("items"); // none: no settings file at all
-    QTest::addColumn<bool>("toPdf");
-    QTest::addColumn<bool>("printed"); // on one blank A4 landscape page but for the text
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("message"); // of the one "错误" box, if any
-    const QStringList one{item("出方名称", "0,0")};
-    QTest::newRow("empty number") << "" << one << true << false << "" << "没有指定需要打印的编号";
-    QTest::newRow("14 digits") << "33010220260000" << one << true << false << "" << "需要打印的编号不正确";
-    // Longer numbers are not refused; they match nothing.
-    QTest::newRow("16 digits") << "3301022026000021" << one << true << true << "" << "";
-    QTest::newRow("no items") << numberB << QStringList() << true << true << "" << "";
-    // The same serial in another year or region is another registration.
-    QTest::newRow("same serial, other year") << "330102202700002" << one << true << true << "钱七" << "";
-    QTest::newRow("same serial, other region") << "330103202600002" << one << true << true << "孙八" << "";
-    QTest::newRow("trailing blank matches as in the column") << numberB + " " << one << true << true << "张三丰" << "";
-    // Broken SQL and a number too long for Chinese numerals leave their boxes
-    // empty; the rest of the certificate still prints.
-    QTest::newRow("failed items print empty")
-        << numberB << QStringList{item("没有这个字段+", "0,0"), item("承方名称", "0,100"), item("出方名称)", "0,200"),
-                                  item("leaseout.登记编号", "0,300", "居左", "中文数字")}
-        << true << true << "李四" << "数目太大，无法换算！";
-    QTest::newRow("no printer") << numberB << one << false << false << ""
-                                << "无法打印：没有可用的打印机。请先在系统中安装打印机并设为默认打印机。";
-}
-
-void tst_print::printOutcome()
-{
-    QFETCH(QString, number);
-    QFETCH(QStringList, items);
-    QFETCH(bool, toPdf);
-    QFETCH(QString, message);
-    if (!toPdf && !QPrinterInfo::availablePrinterNames().isEmpty())
-        QSKIP("this machine has a printer; the no-printer path cannot be reached");
-    if (!toPdf)
-        printLayout::setPdfOutputForTests(QString());
-    if (!items.isEmpty())
-        storeLayout(items);
-    // After A and B in key order, so nothing else here sees them first.
-    testSupport::insertLease({"330102202700002", "2027-03-02", 120, "钱七", "", "", "", ""});
-    testSupport::insertLease({"330103202600002", "2026-03-02", 120, "孙八", "", "", "", ""});
-    // Rows the server read by scanning a table or an index rather than
-    // looking one up by its key.
-    auto scanned = [] {
-        QSqlQuery query("SHOW SESSION STATUS WHERE Variable_name IN ('Handler_read_next','Handler_read_rnd_next')");
-        qint64 rows = 0;
-        while (query.next())
-            rows += query.value(1).toLongLong();
-        return rows;
-    };
-    const qint64 before = scanned();
-    modalWatcher watcher;
-    bool printed = false;
-    const QList<pdfText::page> pages = printNumber(number, printed);
-    // Each print item finds its registration through the keys.
-    QCOMPARE(scanned() - before, 0);
-    QTEST(printed, "printed");
-    QCOMPARE(watcher.boxes.size(), message.isEmpty() ? 0 : 1);
-    QCOMPARE(watcher.lastTitle() + watcher.lastText(), message.isEmpty() ? QString() : "错误" + message);
-    QCOMPARE(pages.size(), printed ? 1 : 0);
-    for (const pdfText::page &page : pages) {
-        QTEST(pdfText::allText(page), "text");
-        QCOMPARE(page.size.toSize(), QSize(842, 595));
+    frmSetPrintItem *openForm()
+    {
+        auto *form = new frmSetPrintItem(m_window.get());
+        m_window->openForm(form);
+        return form;
     }
-}
 
-void tst_print::testPrintUsesUnsavedTable()
-{
-    // One registration only: the test page shows whichever the server returns.
-    testSupport::exec(QStringLiteral("DELETE FROM leaseout WHERE 登记编号='%1'").arg(numberA));
-    storeLayout({item("出方名称", "0,0")});
-    frmSetPrintItem *form = openForm();
-    fill(form->table(), {"0|承方名称||200,100|300,40|居右|无", "5|收费金额||0,300|400,40||金额大写"});
-    form->table()->item(0, 1)->setData(Qt::FontRole, QFont("WenQuanYi Zen Hei", 24));
-    form->paperEdit()->setText("A5");
-    form->portraitButton()->setChecked(true);
-    form->leftEdit()->clear(); // an emptied margin prints as the usual 50
-    form->topEdit()->setText("10");
+    QList<pdfText::page> printNumber(const QString &number, bool &printed)
+    {
+        objPrint job;
+        job.setPrintNumber(number);
+        printed = job.printRecord();
+        return QFile::exists(m_pdf) ? pdfText::read(m_pdf) : QList<pdfText::page>();
+    }
 
-    modalWatcher watcher;
-    form->btPrintClicked();
-    QVERIFY(watcher.boxes.isEmpty());
-    QCOMPARE(m_window->statusBar()->currentMessage(), QString("打印完成。"));
-    const QList<pdfText::page> pages = pdfText::read(m_pdf);
-    QCOMPARE(pages.size(), 1);
-    QCOMPARE(pages[0].size.toSize(), QSize(420, 595));
-    QCOMPARE(pdfText::allText(pages[0]), QString("李四壹仟伍佰零伍元整"));
-    pdfText::checkInBox(pages[0], "李四", QRectF(50 + 200 * m_k, 10 + 100 * m_k, 300 * m_k, 40 * m_k), "居右");
-    pdfText::checkInBox(pages[0], "壹仟伍佰零伍元整", QRectF(50, 10 + 300 * m_k, 400 * m_k, 40 * m_k), "居左");
-    QVERIFY2(pdfText::find(pages[0], "李四").height() > 20, "not the 24-point font of the cell");
-    // The stored layout is untouched by a test print.
-    QCOMPARE(printLayout::load().items.value(0).expression, QString("出方名称"));
-}
+private slots:
+    void initTestCase()
+    {
+        testSupport::initApplication();
+        QVERIFY(m_dir.isValid());
+        // Boxes are measured in screen pixels; the PDF speaks points.
+        m_k = 72.0 / QPrinter(QPrinter::ScreenResolution).resolution();
+    }
+
+    void init()
+    {
+        testSupport::resetDatabase();
+        testSupport::removeSettingsFile();
+        // A is what a query without a number returns first; printing B must never show A's values.
+        testSupport::insertLease({numberA, "2026-03-01", 120, "王五", "", "赵六", "", "中山路8号"});
+        testSupport::insertLease({numberB, "2026-03-02", 1505, "张三丰", "13800001111", "李四", "", "解放路1号"});
+        m_pdf = m_dir.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".pdf");
+        QFile::remove(m_pdf);
+        printLayout::setPdfOutputForTests(m_pdf);
+        m_window.reset(new mainWindow);
+    }
+
+    void cleanup()
+    {
+        printLayout::setPdfOutputForTests(QString());
+        m_window.reset();
+    }
+
+    void editedLayoutSavedAndReadBack()
+    {
+        frmSetPrintItem *form = openForm();
+        fill(form->table(), {"0|出方名称|字样|1,1|2,2|居左|无", "1|   ||5,5|6,6|居右|金额大写",
+                             "4| CONCAT(出方名称,'x') || 10,20 |200,30 | 居中 | 金额大写 ", "6|收费金额||1,2|3,4|居左|"});
+        QFont font("WenQuanYi Zen Hei", -1, QFont::Bold, true);
+        font.setPointSizeF(10.5);
+        form->table()->item(0, 1)->setData(Qt::FontRole, font);
+        form->paperEdit()->setText(" a3 ");
+        form->portraitButton()->setChecked(true);
+        form->leftEdit()->setText("abc");
+        form->topEdit()->clear();
+        form->saveButton()->click();
+
+        // The blank expression is left out and the rest renumbered, cells trimmed,
+        // an empty conversion stored as 无, the page setup kept exactly as typed.
+        QCOMPARE(storedLayout(), (QStringList{"出方名称\tWenQuanYi Zen Hei,10.5,-1,5,75,1,0,0,0,0\t1,1\t2,2\t居左\t无",
+                                              "CONCAT(出方名称,'x')\t\t10,20\t200,30\t居中\t金额大写",
+                                              "收费金额\t\t1,2\t3,4\t居左\t无", " a3 |false|abc|"}));
+
+        // Read back, the 10.5-point font is the 12 points earlier installations printed with.
+        QTableWidget *table = openForm()->table();
+        QCOMPARE(cell(table, 1, 0) + cell(table, 2, 0) + cell(table, 3, 0), "CONCAT(出方名称,'x')收费金额<none>");
+        const QFont read = table->item(0, 1)->data(Qt::FontRole).value<QFont>();
+        QCOMPARE(QString("%1 %2").arg(read.family()).arg(read.pointSize()), QString("WenQuanYi Zen Hei 12"));
+        QVERIFY(read.bold() && read.italic());
+    }
+
+    void elevenItemsKeepKeyOrderAndRenumber()
+    {
+        QStringList items;
+        for (int n = 0; n < 12; ++n)
+            items << QStringLiteral("项目%1\t\t%1,0\t10,10\t居左\t无").arg(n);
+        storeLayout(items);
+        frmSetPrintItem *form = openForm();
+        // Earlier installations listed the items in the settings library's key order.
+        const QStringList order{"0", "1", "10", "11", "2", "3", "4", "5", "6", "7", "8", "9"};
+        for (int row = 0; row < order.size(); ++row)
+            QCOMPARE(cell(form->table(), row, 0) + cell(form->table(), row, 2), "项目" + order[row] + order[row] + ",0");
+        QCOMPARE(cell(form->table(), 12, 0), QString("<none>"));
+
+        // Saving renumbers in the order shown: the old item 10 becomes item 2.
+        form->btSaveClicked();
+        const QStringList stored = storedLayout();
+        QCOMPARE(stored.size(), 13);
+        for (int n = 0; n < 12; ++n)
+            QCOMPARE(stored[n].section('\t', 0, 0), "项目" + order[n]);
+    }
+
+    void printing_data()
+    {
+        QTest::addColumn<QString>("number");
+        QTest::addColumn<QStringList>("items"); // none: no settings file at all
+        QTest::addColumn<QString>("page");      // paper|landscape|left|top
+        QTest::addColumn<bool>("toPdf");
+        QTest::addColumn<QSize>("paper");       // points; empty when nothing is printed
+        QTest::addColumn<QString>("text");      // all of it
+        QTest::addColumn<QRectF>("box");        // points: where the first item stands, if checked
+        QTest::addColumn<QString>("message");   // of the one "错误" box, if any
+        const QString a4 = "A4|1|30|60";
+        const QSize a4Land(842, 595);
+        const QStringList one{item("出方名称", "0,0")};
+        auto box = [this](double left, double top, int x, int y) {
+            return QRectF(left + x * m_k, top + y * m_k, 300 * m_k, 40 * m_k);
+        };
+        // Left, centred, right and 金额大写 in their boxes: the office-day program
+        // prints them; the conversions themselves are tst_helpers' numerals.
+        QTest::newRow("unknown alignment is left, single coordinate is x")
+            << numberB << QStringList{item("出方电话", "250", "靠边")} << a4 << true << a4Land << "13800001111"
+            << box(30, 60, 250, 0) << "";
+        QTest::newRow("expression over two tables, empty conversion")
+            << numberB << QStringList{item("CONCAT(出方名称,'/',承方名称)", "100,50", "居右", "")} << a4 << true << a4Land
+            << "张三丰/李四" << box(30, 60, 100, 50) << "";
+        QTest::newRow(" a3  portrait") << numberB << one << " a3 |0|50|50" << true << QSize(842, 1191) << "张三丰"
+                                       << box(50, 50, 0, 0) << "";
+        QTest::newRow("A5 landscape, margins trimmed") << numberB << one << "A5|1| 20 |100" << true << QSize(595, 420)
+                                                       << "张三丰" << box(20, 100, 0, 0) << "";
+        QTest::newRow("unknown paper is A4") << numberB << one << "B5|0|50|50" << true << QSize(595, 842) << "张三丰"
+                                             << box(50, 50, 0, 0) << "";
+        QTest::newRow("margins not numbers give 0") << numberB << one << "A4|1|abc|" << true << a4Land << "张三丰"
+                                                    << box(0, 0, 0, 0) << "";
+        QTest::newRow("empty number") << "" << one << a4 << true << QSize() << "" << QRectF() << "没有指定需要打印的编号";
+        QTest::newRow("14 digits") << "33010220260000" << one << a4 << true << QSize() << "" << QRectF()
+                                   << "需要打印的编号不正确";
+        // Longer numbers are not refused; they match nothing.
+        QTest::newRow("16 digits") << "3301022026000021" << one << a4 << true << a4Land << "" << QRectF() << "";
+        QTest::newRow("no items") << numberB << QStringList() << a4 << true << a4Land << "" << QRectF() << "";
+        // The same serial in another year or region is another registration.
+        QTest::newRow("same serial, other year") << "330102202700002" << one << a4 << true << a4Land << "钱七" << QRectF()
+                                                 << "";
+        QTest::newRow("same serial, other region") << "330103202600002" << one << a4 << true << a4Land << "孙八"
+                                                   << QRectF() << "";
+        QTest::newRow("trailing blank matches as in the column") << numberB + " " << one << a4 << true << a4Land
+                                                                 << "张三丰" << QRectF() << "";
+        // Broken SQL and a number too long for Chinese numerals leave their boxes
+        // empty; the rest of the certificate still prints.
+        QTest::newRow("failed items print empty")
+            << numberB << QStringList{item("没有这个字段+", "0,0"), item("承方名称", "0,100"), item("出方名称)", "0,200"),
+                                      item("leaseout.登记编号", "0,300", "居左", "中文数字")}
+            << a4 << true << a4Land << "李四" << QRectF() << "数目太大，无法换算！";
+        QTest::newRow("no printer") << numberB << one << a4 << false << QSize() << "" << QRectF()
+                                    << "无法打印：没有可用的打印机。请先在系统中安装打印机并设为默认打印机。";
+    }
+
+    void printing()
+    {
+        QFETCH(QString, number);
+        QFETCH(QStringList, items);
+        QFETCH(bool, toPdf);
+        QFETCH(QSize, paper);
+        QFETCH(QString, text);
+        QFETCH(QRectF, box);
+        QFETCH(QString, message);
+        if (!toPdf && !QPrinterInfo::availablePrinterNames().isEmpty())
+            QSKIP("this machine has a printer; the no-printer path cannot be reached");
+        if (!toPdf)
+            printLayout::setPdfOutputForTests(QString());
+        if (!items.isEmpty()) {
+            QFETCH(QString, page);
+            storeLayout(items, page);
+        }
+        // After A and B in key order, so nothing else here sees them first.
+        testSupport::insertLease({"330102202700002", "2027-03-02", 120, "钱七", "", "", "", ""});
+        testSupport::insertLease({"330103202600002", "2026-03-02", 120, "孙八", "", "", "", ""});
+        // Rows the server read by scanning a table or an index rather than
+        // looking one up by its key.
+        auto scanned = [] {
+            QSqlQuery query("SHOW SESSION STATUS WHERE Variable_name IN ('Handler_read_next','Handler_read_rnd_next')");
+            qint64 rows = 0;
+            while (query.next())
+                rows += query.value(1).toLongLong();
+            return rows;
+        };
+        const qint64 before = scanned();
+        modalWatcher watcher;
+        bool printed = false;
+        const QList<pdfText::page> pages = printNumber(number, printed);
+        // Each print item finds its registration through the keys.
+        QCOMPARE(scanned() - before, 0);
+        QCOMPARE(printed, !paper.isEmpty());
+        QCOMPARE(watcher.boxes.size(), message.isEmpty() ? 0 : 1);
+        QCOMPARE(watcher.lastTitle() + watcher.lastText(), message.isEmpty() ? QString() : "错误" + message);
+        QCOMPARE(pages.size(), printed ? 1 : 0);
+        for (const pdfText::page &page : pages) {
+            QCOMPARE(page.size.toSize(), paper);
+            QCOMPARE(pdfText::allText(page), text); // and nothing of the other registration
+        }
+        if (!box.isNull())
+            pdfText::checkInBox(pages.value(0), text, box, items[0].section('\t', 4, 4));
+    }
+
+    void testPrintUsesUnsavedTable()
+    {
+        // One registration only: the test page shows whichever the server returns.
+        testSupport::exec(QStringLiteral("DELETE FROM leaseout WHERE 登记编号='%1'").arg(numberA));
+        storeLayout({item("出方名称", "0,0")});
+        frmSetPrintItem *form = openForm();
+        fill(form->table(), {"0|承方名称||200,100|300,40|居右|无", "5|收费金额||0,300|400,40||金额大写"});
+        form->table()->item(0, 1)->setData(Qt::FontRole, QFont("WenQuanYi Zen Hei", 24));
+        form->paperEdit()->setText("A5");
+        form->portraitButton()->setChecked(true);
+        form->leftEdit()->clear(); // an emptied margin prints as the usual 50
+        form->topEdit()->setText("10");
+
+        modalWatcher watcher;
+        form->btPrintClicked();
+        QVERIFY(watcher.boxes.isEmpty());
+        QCOMPARE(m_window->statusBar()->currentMessage(), QString("打印完成。"));
+        const QList<pdfText::page> pages = pdfText::read(m_pdf);
+        QCOMPARE(pages.size(), 1);
+        QCOMPARE(pages[0].size.toSize(), QSize(420, 595));
+        QCOMPARE(pdfText::allText(pages[0]), QString("李四壹仟伍佰零伍元整"));
+        pdfText::checkInBox(pages[0], "李四", QRectF(50 + 200 * m_k, 10 + 100 * m_k, 300 * m_k, 40 * m_k), "居右");
+        pdfText::checkInBox(pages[0], "壹仟伍佰零伍元整", QRectF(50, 10 + 300 * m_k, 400 * m_k, 40 * m_k), "居左");
+        QVERIFY2(pdfText::find(pages[0], "李四").height() > 20, "not the 24-point font of the cell");
+        // The stored layout is untouched by a test print.
+        QCOMPARE(printLayout::load().items.value(0).expression, QString("出方名称"));
+    }
+};
 
 QTEST_MAIN(tst_print)
 #include "tst_print.moc"

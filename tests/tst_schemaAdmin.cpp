@@ -9,14 +9,9 @@
 #include "recordFormDriver.h"
 #include "testSupport.h"
 
-#include <QAction>
-#include <QSqlQuery>
-#include <QSqlRecord>
-#include <QStatusBar>
-#include <QTableWidget>
-#include <QTextEdit>
+#include <QtSql>
 #include <QtTest>
-#include <memory>
+#include <QtWidgets>
 
 static const QString baseOrder = "登记编号,出方名称,出方类别,出方证件类型,出方证件号码,出方电话,出方地址,委托代理人";
 
@@ -61,8 +56,7 @@ class tst_schemaAdmin : public QObject
     template <typename T> T *openThrough(const QString &actionText)
     {
         testSupport::menuAction(m_window.get(), actionText)->trigger();
-        const QList<T *> forms = m_window->findChildren<T *>();
-        return forms.value(forms.size() - 1);
+        return m_window->findChildren<T *>().last();
     }
 
 private slots:
@@ -169,11 +163,8 @@ private slots:
         QVERIFY(!form->saveButton()->isEnabled());
         const bool failed = !seen.isEmpty() && !seen.last().startsWith("确定删除");
         QCOMPARE(testSupport::count("log WHERE 描述='维护数据字段'"), failed ? 0 : 1);
-        if (!failed)
-            QCOMPARE(m_window->statusBar()->currentMessage(), QString("保存OK."));
     }
 
-    // The server here speaks MariaDB only; the MySQL wording is cut the same way.
     // The server's wording here is MariaDB's; MySQL's, and the driver's words
     // in Chinese once Qt's translation is loaded, come out the same.
     void syntaxWording_data()
@@ -197,12 +188,14 @@ private slots:
     {
         QTest::addColumn<QString>("column");
         QTest::addColumn<QStringList>("steps"); // "+text" appends a row (typed into when given), "-text" deletes it
+        QTest::addColumn<QStringList>("shown"); // the grid afterwards, as edited, also after a refusal
         QTest::addColumn<QString>("type");      // the column's type afterwards
         QTest::addColumn<QString>("box");
         QTest::newRow("remove an unused value, empty rows squeezed out")
-            << "房屋结构" << QStringList{"-砖木", "+", "+  ", "+商铺", "+"} << "enum('钢混','砖混','其他','商铺')" << "";
-        QTest::newRow("remove a value in use") << "出方类别" << QStringList{"-单位", "+其他"} << "enum('个人','单位')"
-                                               << "“出方类别”列已存在原数据，不能对此同步修改或删除。";
+            << "房屋结构" << QStringList{"-砖木", "+", "+  ", "+商铺", "+"} << QStringList{"钢混", "砖混", "其他", "商铺"}
+            << "enum('钢混','砖混','其他','商铺')" << "";
+        QTest::newRow("remove a value in use") << "出方类别" << QStringList{"-单位", "+其他"} << QStringList{"个人", "其他"}
+                                               << "enum('个人','单位')" << "“出方类别”列已存在原数据，不能对此同步修改或删除。";
     }
     void choiceSave()
     {
@@ -221,26 +214,17 @@ private slots:
         QVERIFY(!form->saveButton()->isEnabled() && !form->cancelButton()->isEnabled() && form->fieldBox()->isEnabled());
         const QString table = form->fieldBox()->currentData().toString();
         const QStringList stored = gridColumn(form->grid(), 0);
-        QStringList expected = stored;
-        for (const QString &step : steps) {
+        for (const QString &step : steps)
             adminDriver::choiceStep(form, step);
-            const QString text = step.mid(1);
-            if (step[0] == '-')
-                expected.removeOne(text);
-            else if (!text.trimmed().isEmpty())
-                expected << text;
-        }
         QVERIFY(form->saveButton()->isEnabled() && form->cancelButton()->isEnabled() && !form->fieldBox()->isEnabled());
         modalWatcher watcher;
         recordForm::click(form, "保存");
         QCOMPARE(watcher.lastText(), box);
         QVERIFY(columns(table).filter(QRegularExpression("^" + column + " ")).value(0).startsWith(column + " " + type));
-        QCOMPARE(gridColumn(form->grid(), 0), expected); // as edited, also after a refusal
+        QTEST(gridColumn(form->grid(), 0), "shown");
         QCOMPARE(form->saveButton()->isEnabled(), !box.isEmpty());
         QCOMPARE(form->fieldBox()->isEnabled(), box.isEmpty());
-        if (box.isEmpty()) {
-            QCOMPARE(m_window->statusBar()->currentMessage(), QString("保存OK"));
-        } else {
+        if (!box.isEmpty()) {
             recordForm::click(form, "放弃");
             QCOMPARE(gridColumn(form->grid(), 0), stored);
             QVERIFY(form->fieldBox()->isEnabled() && !form->saveButton()->isEnabled());
