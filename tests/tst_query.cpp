@@ -7,6 +7,7 @@
 #include "frmSearchLease.h"
 #include "frmViewLease.h"
 #include "mainWindow.h"
+#include "mySqlQuery.h"
 #include "testSupport.h"
 
 #include <QtTest>
@@ -328,6 +329,65 @@ private slots:
         auto *delegate = qobject_cast<QStyledItemDelegate *>(table->itemDelegate());
         QVERIFY(delegate);
         QCOMPARE(delegate->displayText(date, QLocale(QLocale::English)), QStringLiteral("2026-04-01"));
+    }
+
+    // Large results are read in batches whose items are made on pool
+    // threads; every row must still land once, reversed, typed, with the
+    // rows already shown moved below.
+    void largeResult_data()
+    {
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<int>("kept");
+        QTest::addColumn<bool>("poolBusy");
+        QTest::newRow("empty result below kept rows") << 0 << 4 << false;
+        QTest::newRow("one row") << 1 << 0 << false;
+        QTest::newRow("exactly one batch") << 1024 << 0 << false;
+        QTest::newRow("a batch and a row, above kept rows") << 1025 << 3 << false;
+        QTest::newRow("many batches, many kept rows") << 5000 << 1500 << false;
+        QTest::newRow("pool busy: items made on this thread") << 3000 << 2 << true;
+    }
+
+    void largeResult()
+    {
+        QFETCH(int, rows);
+        QFETCH(int, kept);
+        QFETCH(bool, poolBusy);
+        // n ascending after the reversal; every seventh value NULL.
+        const auto statement = [](int count, int offset) {
+            return QStringLiteral("SELECT seq + %2 AS n, IF(seq % 7 = 0, NULL, seq * 2) AS twice, "
+                                  "CONCAT('第', seq) AS label, MAKEDATE(2026, 1) + INTERVAL seq % 365 DAY AS day "
+                                  "FROM seq_0_to_%1 WHERE seq > 0 ORDER BY seq DESC")
+                .arg(count).arg(offset);
+        };
+        QTableWidget table;
+        mySqlQuery helper;
+        helper.setStatement(statement(kept, 100000));
+        helper.fillTable(&table);
+        QCOMPARE(table.rowCount(), kept);
+
+        QSemaphore release;
+        if (poolBusy) {
+            for (int t = 0; t < QThreadPool::globalInstance()->maxThreadCount(); ++t)
+                QThreadPool::globalInstance()->start([&release] { release.acquire(); });
+        }
+        helper.setStatement(statement(rows, 0));
+        helper.fillTable(&table);
+        release.release(QThreadPool::globalInstance()->maxThreadCount());
+        QThreadPool::globalInstance()->waitForDone();
+
+        QCOMPARE(table.rowCount(), rows + kept);
+        QCOMPARE(table.columnCount(), 4);
+        QCOMPARE(table.horizontalHeaderItem(3)->text(), QStringLiteral("day"));
+        for (int r = 0; r < rows + kept; ++r) {
+            const bool old = r >= rows;
+            const int seq = old ? r - rows + 1 : r + 1;
+            QTableWidgetItem *n = table.item(r, 0), *twice = table.item(r, 1), *day = table.item(r, 3);
+            QVERIFY2(n && twice && table.item(r, 2) && day, qPrintable(QString::number(r)));
+            QCOMPARE(n->data(Qt::DisplayRole).toLongLong(), qlonglong(seq + (old ? 100000 : 0)));
+            QCOMPARE(twice->text(), seq % 7 ? QString::number(seq * 2) : QString());
+            QCOMPARE(table.item(r, 2)->text(), QStringLiteral("第") + QString::number(seq));
+            QCOMPARE(day->data(Qt::DisplayRole), QVariant(QDate(2026, 1, 1).addDays(seq % 365)));
+        }
     }
 
     void detail_data()
