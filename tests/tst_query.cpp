@@ -6,6 +6,8 @@
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
 #include "frmViewLease.h"
+#include "leaseQuery.h"
+#include "leaseSql.h"
 #include "mainWindow.h"
 #include "mySqlQuery.h"
 #include "testSupport.h"
@@ -285,34 +287,81 @@ private slots:
     }
 
     // Over more than a year the matching numbers are found table by table
-    // before the join; the rows must be those the one-year plan would give.
+    // before the join; over up to a year, only in the stretches of numbers
+    // the range's leases hold. Either way the rows must be those the plain
+    // join gives. Extra leases (region, year, serial, date, lessor) come
+    // first: odd shapes the stretches must still enclose.
     void keywordOverYears_data()
     {
         QTest::addColumn<QString>("keyword");
+        QTest::addColumn<QDate>("from");
         QTest::addColumn<QDate>("to");
+        QTest::addColumn<QStringList>("extra");
         QTest::addColumn<QStringList>("numbers");
+        const QDate decade(2017, 1, 1), thisYear(2026, 1, 1), yearEnd(2026, 12, 31);
         QTest::newRow("name of either party, both years")
-            << "张" << QDate(2026, 12, 31) << QStringList{"370102202500001", "370102202600001", "370102202600123"};
-        QTest::newRow("range end honoured") << "张" << QDate(2025, 12, 31) << QStringList{"370102202500001"};
+            << "张" << decade << yearEnd << QStringList{}
+            << QStringList{"370102202500001", "370102202600001", "370102202600123"};
+        QTest::newRow("range end honoured") << "张" << decade << QDate(2025, 12, 31) << QStringList{}
+                                            << QStringList{"370102202500001"};
         QTest::newRow("location only; lease without lessor skipped")
-            << "和平路" << QDate(2026, 12, 31) << QStringList{"370102202600001"};
-        QTest::newRow("number suffix") << "00001" << QDate(2026, 12, 31)
+            << "和平路" << decade << yearEnd << QStringList{} << QStringList{"370102202600001"};
+        QTest::newRow("number suffix") << "00001" << decade << yearEnd << QStringList{}
                                        << QStringList{"370102202500001", "370102202600001"};
         QTest::newRow("either telephone")
-            << "123456" << QDate(2026, 12, 31)
+            << "123456" << decade << yearEnd << QStringList{}
             << QStringList{"370102202600001", "370102202600023", "370102202612345"};
-        QTest::newRow("a quote breaks it like the one-year statement") << "张'" << QDate(2026, 12, 31)
-                                                                        << QStringList{};
+        QTest::newRow("a quote breaks it like the one-year statement") << "张'" << decade << yearEnd
+                                                                        << QStringList{} << QStringList{};
+        QTest::newRow("one year: last year's number registered this year, another region")
+            << "张" << thisYear << yearEnd
+            << QStringList{"370102|2025|77|2026-03-01|张甲", "370103|2026|5|2026-05-01|张乙",
+                           "370103|2025|9|2025-06-01|张丙"}
+            << QStringList{"370102202500077", "370102202600001", "370102202600123", "370103202600005"};
+        // Numbers of other widths (not written by the program) in the range
+        // must not narrow the stretches so that regular numbers fall out.
+        QTest::newRow("one year: numbers of unequal width in the range")
+            << "张" << thisYear << yearEnd
+            << QStringList{"370102|999|1|2026-02-01|李丁", "3701|2026|3|2026-02-02|李戊"}
+            << QStringList{"370102202600001", "370102202600123"};
+        QTest::newRow("one year: suffix") << "00001" << thisYear << yearEnd
+                                          << QStringList{"370103|2026|1|2026-07-01|李己"}
+                                          << QStringList{"370102202600001", "370103202600001"};
+        QTest::newRow("one day: a lease outside it is not found")
+            << "张" << QDate(2026, 1, 5) << QDate(2026, 1, 5) << QStringList{} << QStringList{"370102202600001"};
+        QTest::newRow("one year without leases") << "张" << QDate(2027, 1, 1) << QDate(2027, 12, 31)
+                                                 << QStringList{} << QStringList{};
     }
 
     void keywordOverYears()
     {
         QFETCH(QString, keyword);
+        QFETCH(QDate, from);
         QFETCH(QDate, to);
+        QFETCH(QStringList, extra);
         QFETCH(QStringList, numbers);
-        auto *form = openForm<frmSearchLease>(QDate(2017, 1, 1), to);
+        for (const QString &lease : extra) {
+            const QStringList f = lease.split(QLatin1Char('|'));
+            QVERIFY(testSupport::exec(QStringLiteral("INSERT lease SET 地区='%1',年度=%2,编号=%3,登记日期='%4'")
+                                          .arg(f[0], f[1], f[2], f[3])));
+            QVERIFY(testSupport::exec(QStringLiteral("INSERT leaseout SET 登记编号=CONCAT('%1',%2*100000+%3),"
+                                                     "出方名称='%4'")
+                                          .arg(f[0], f[1], f[2], f[4])));
+        }
+        auto *form = openForm<frmSearchLease>(from, to);
         search(form, QStringLiteral("2"));
         QCOMPARE(search(form, keyword), numbers);
+        // The plain join over the same range finds the same rows.
+        QStringList plain;
+        QSqlQuery query;
+        QVERIFY(query.exec(QStringLiteral("SELECT leaseout.登记编号 ") + leaseSql::joinedView()
+                           + QStringLiteral(" AND ") + leaseQuery::dateRange(from, to)
+                           + leaseQuery::keywordCondition(keyword.trimmed())
+                           + QStringLiteral(" ORDER BY leaseout.登记编号"))
+                || keyword.contains(QLatin1Char('\'')));
+        while (query.next())
+            plain << query.value(0).toString();
+        QCOMPARE(plain, numbers);
     }
 
     void searchColumnsAndDates()
