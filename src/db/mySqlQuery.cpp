@@ -6,6 +6,7 @@
 #include <QSqlField>
 #include <QSqlRecord>
 #include <QTableWidget>
+#include <QThread>
 #include <QThreadPool>
 #include <algorithm>
 #include <atomic>
@@ -229,9 +230,20 @@ void mySqlQuery::emptyTable(QTableWidget *table)
     table->setRowCount(0);
     // A taken item belongs to no table any more; freeing it touches nothing
     // the interface thread uses (its texts are shared with atomic counts).
-    QThreadPool::globalInstance()->start([cells] {
+    // The freeing runs only on a core nobody else wants: right after this the
+    // server works on the next statement and pool threads make its items,
+    // and on a machine with no idle core the old result's 800 000 frees
+    // would take their time. It has a thread of its own, so it never holds
+    // up the threads making items.
+    static QThreadPool freeing;
+    freeing.setMaxThreadCount(1);
+    freeing.start([cells] {
+        QThread *thread = QThread::currentThread();
+        const QThread::Priority priority = thread->priority();
+        thread->setPriority(QThread::IdlePriority);
         for (QTableWidgetItem *item : *cells)
             delete item;
         delete cells;
+        thread->setPriority(priority);
     });
 }
