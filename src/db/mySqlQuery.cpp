@@ -238,12 +238,9 @@ void mySqlQuery::emptyTable(QTableWidget *table)
     static QThreadPool freeing;
     freeing.setMaxThreadCount(1);
     freeing.start([cells] {
-        QThread *thread = QThread::currentThread();
-        const QThread::Priority priority = thread->priority();
-        thread->setPriority(QThread::IdlePriority);
+        QThread::currentThread()->setPriority(QThread::IdlePriority);
         for (QTableWidgetItem *item : *cells)
             delete item;
         delete cells;
-        thread->setPriority(priority);
     });
 }
