@@ -157,6 +157,12 @@ qint64 settle()
     run(QStringLiteral("ANALYZE TABLE lease,leaseout,leasein,leasehouse"));
     const double dirtyPct = scalar(QStringLiteral("SELECT @@GLOBAL.innodb_max_dirty_pages_pct"));
     const double lowWater = scalar(QStringLiteral("SELECT @@GLOBAL.innodb_max_dirty_pages_pct_lwm"));
+    const double ioCapacity = scalar(QStringLiteral("SELECT @@GLOBAL.innodb_io_capacity"));
+    const double ioCapacityMax = scalar(QStringLiteral("SELECT @@GLOBAL.innodb_io_capacity_max"));
+    // At the default 200 pages a second the ten years' dirty pages took 72 s
+    // to flush; nothing else is running, so the cleaner may go flat out.
+    run(QStringLiteral("SET GLOBAL innodb_io_capacity_max=100000"));
+    run(QStringLiteral("SET GLOBAL innodb_io_capacity=100000"));
     run(QStringLiteral("SET GLOBAL innodb_max_dirty_pages_pct_lwm=0"));
     run(QStringLiteral("SET GLOBAL innodb_max_dirty_pages_pct=0"));
     bool quiet = false;
@@ -173,6 +179,8 @@ qint64 settle()
     }
     run(QStringLiteral("SET GLOBAL innodb_max_dirty_pages_pct=%1").arg(dirtyPct));
     run(QStringLiteral("SET GLOBAL innodb_max_dirty_pages_pct_lwm=%1").arg(lowWater));
+    run(QStringLiteral("SET GLOBAL innodb_io_capacity=%1").arg(ioCapacity));
+    run(QStringLiteral("SET GLOBAL innodb_io_capacity_max=%1").arg(ioCapacityMax));
     if (!quiet)
         std::fprintf(stderr, "server not quiet after %lld ms: %.0f dirty pages, history %.0f\n",
                      timer.elapsed(), dirty, history);
