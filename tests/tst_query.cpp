@@ -6,7 +6,10 @@
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
 #include "frmViewLease.h"
+#include "leaseQuery.h"
+#include "leaseSql.h"
 #include "mainWindow.h"
+#include "mySqlQuery.h"
 #include "testSupport.h"
 
 #include <QtTest>
@@ -241,34 +244,81 @@ private slots:
     }
 
     // Over more than a year the matching numbers are found table by table
-    // before the join; the rows must be those the one-year plan would give.
+    // before the join; over up to a year, only in the stretches of numbers
+    // the range's leases hold. Either way the rows must be those the plain
+    // join gives. Extra leases (region, year, serial, date, lessor) come
+    // first: odd shapes the stretches must still enclose.
     void keywordOverYears_data()
     {
         QTest::addColumn<QString>("keyword");
+        QTest::addColumn<QDate>("from");
         QTest::addColumn<QDate>("to");
+        QTest::addColumn<QStringList>("extra");
         QTest::addColumn<QStringList>("numbers");
+        const QDate decade(2017, 1, 1), thisYear(2026, 1, 1), yearEnd(2026, 12, 31);
         QTest::newRow("name of either party, both years")
-            << "张" << QDate(2026, 12, 31) << QStringList{"370102202500001", "370102202600001", "370102202600123"};
-        QTest::newRow("range end honoured") << "张" << QDate(2025, 12, 31) << QStringList{"370102202500001"};
+            << "张" << decade << yearEnd << QStringList{}
+            << QStringList{"370102202500001", "370102202600001", "370102202600123"};
+        QTest::newRow("range end honoured") << "张" << decade << QDate(2025, 12, 31) << QStringList{}
+                                            << QStringList{"370102202500001"};
         QTest::newRow("location only; lease without lessor skipped")
-            << "和平路" << QDate(2026, 12, 31) << QStringList{"370102202600001"};
-        QTest::newRow("number suffix") << "00001" << QDate(2026, 12, 31)
+            << "和平路" << decade << yearEnd << QStringList{} << QStringList{"370102202600001"};
+        QTest::newRow("number suffix") << "00001" << decade << yearEnd << QStringList{}
                                        << QStringList{"370102202500001", "370102202600001"};
         QTest::newRow("either telephone")
-            << "123456" << QDate(2026, 12, 31)
+            << "123456" << decade << yearEnd << QStringList{}
             << QStringList{"370102202600001", "370102202600023", "370102202612345"};
-        QTest::newRow("a quote breaks it like the one-year statement") << "张'" << QDate(2026, 12, 31)
-                                                                        << QStringList{};
+        QTest::newRow("a quote breaks it like the one-year statement") << "张'" << decade << yearEnd
+                                                                        << QStringList{} << QStringList{};
+        QTest::newRow("one year: last year's number registered this year, another region")
+            << "张" << thisYear << yearEnd
+            << QStringList{"370102|2025|77|2026-03-01|张甲", "370103|2026|5|2026-05-01|张乙",
+                           "370103|2025|9|2025-06-01|张丙"}
+            << QStringList{"370102202500077", "370102202600001", "370102202600123", "370103202600005"};
+        // Numbers of other widths (not written by the program) in the range
+        // must not narrow the stretches so that regular numbers fall out.
+        QTest::newRow("one year: numbers of unequal width in the range")
+            << "张" << thisYear << yearEnd
+            << QStringList{"370102|999|1|2026-02-01|李丁", "3701|2026|3|2026-02-02|李戊"}
+            << QStringList{"370102202600001", "370102202600123"};
+        QTest::newRow("one year: suffix") << "00001" << thisYear << yearEnd
+                                          << QStringList{"370103|2026|1|2026-07-01|李己"}
+                                          << QStringList{"370102202600001", "370103202600001"};
+        QTest::newRow("one day: a lease outside it is not found")
+            << "张" << QDate(2026, 1, 5) << QDate(2026, 1, 5) << QStringList{} << QStringList{"370102202600001"};
+        QTest::newRow("one year without leases") << "张" << QDate(2027, 1, 1) << QDate(2027, 12, 31)
+                                                 << QStringList{} << QStringList{};
     }
 
     void keywordOverYears()
     {
         QFETCH(QString, keyword);
+        QFETCH(QDate, from);
         QFETCH(QDate, to);
+        QFETCH(QStringList, extra);
         QFETCH(QStringList, numbers);
-        auto *form = openForm<frmSearchLease>(QDate(2017, 1, 1), to);
+        for (const QString &lease : extra) {
+            const QStringList f = lease.split(QLatin1Char('|'));
+            QVERIFY(testSupport::exec(QStringLiteral("INSERT lease SET 地区='%1',年度=%2,编号=%3,登记日期='%4'")
+                                          .arg(f[0], f[1], f[2], f[3])));
+            QVERIFY(testSupport::exec(QStringLiteral("INSERT leaseout SET 登记编号=CONCAT('%1',%2*100000+%3),"
+                                                     "出方名称='%4'")
+                                          .arg(f[0], f[1], f[2], f[4])));
+        }
+        auto *form = openForm<frmSearchLease>(from, to);
         search(form, QStringLiteral("2"));
         QCOMPARE(search(form, keyword), numbers);
+        // The plain join over the same range finds the same rows.
+        QStringList plain;
+        QSqlQuery query;
+        QVERIFY(query.exec(QStringLiteral("SELECT leaseout.登记编号 ") + leaseSql::joinedView()
+                           + QStringLiteral(" AND ") + leaseQuery::dateRange(from, to)
+                           + leaseQuery::keywordCondition(keyword.trimmed())
+                           + QStringLiteral(" ORDER BY leaseout.登记编号"))
+                || keyword.contains(QLatin1Char('\'')));
+        while (query.next())
+            plain << query.value(0).toString();
+        QCOMPARE(plain, numbers);
     }
 
     void searchColumnsAndDates()
@@ -282,6 +332,65 @@ private slots:
         auto *delegate = qobject_cast<QStyledItemDelegate *>(table->itemDelegate());
         QCOMPARE(delegate->displayText(table->item(0, 1)->data(Qt::DisplayRole), QLocale(QLocale::English)),
                  QStringLiteral("2026-04-01"));
+    }
+
+    // Large results are read in batches whose items are made on pool
+    // threads; every row must still land once, reversed, typed, with the
+    // rows already shown moved below.
+    void largeResult_data()
+    {
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<int>("kept");
+        QTest::addColumn<bool>("poolBusy");
+        QTest::newRow("empty result below kept rows") << 0 << 4 << false;
+        QTest::newRow("one row") << 1 << 0 << false;
+        QTest::newRow("exactly one batch") << 1024 << 0 << false;
+        QTest::newRow("a batch and a row, above kept rows") << 1025 << 3 << false;
+        QTest::newRow("many batches, many kept rows") << 5000 << 1500 << false;
+        QTest::newRow("pool busy: items made on this thread") << 3000 << 2 << true;
+    }
+
+    void largeResult()
+    {
+        QFETCH(int, rows);
+        QFETCH(int, kept);
+        QFETCH(bool, poolBusy);
+        // n ascending after the reversal; every seventh value NULL.
+        const auto statement = [](int count, int offset) {
+            return QStringLiteral("SELECT seq + %2 AS n, IF(seq % 7 = 0, NULL, seq * 2) AS twice, "
+                                  "CONCAT('第', seq) AS label, MAKEDATE(2026, 1) + INTERVAL seq % 365 DAY AS day "
+                                  "FROM seq_0_to_%1 WHERE seq > 0 ORDER BY seq DESC")
+                .arg(count).arg(offset);
+        };
+        QTableWidget table;
+        mySqlQuery helper;
+        helper.setStatement(statement(kept, 100000));
+        helper.fillTable(&table);
+        QCOMPARE(table.rowCount(), kept);
+
+        QSemaphore release;
+        if (poolBusy) {
+            for (int t = 0; t < QThreadPool::globalInstance()->maxThreadCount(); ++t)
+                QThreadPool::globalInstance()->start([&release] { release.acquire(); });
+        }
+        helper.setStatement(statement(rows, 0));
+        helper.fillTable(&table);
+        release.release(QThreadPool::globalInstance()->maxThreadCount());
+        QThreadPool::globalInstance()->waitForDone();
+
+        QCOMPARE(table.rowCount(), rows + kept);
+        QCOMPARE(table.columnCount(), 4);
+        QCOMPARE(table.horizontalHeaderItem(3)->text(), QStringLiteral("day"));
+        for (int r = 0; r < rows + kept; ++r) {
+            const bool old = r >= rows;
+            const int seq = old ? r - rows + 1 : r + 1;
+            QTableWidgetItem *n = table.item(r, 0), *twice = table.item(r, 1), *day = table.item(r, 3);
+            QVERIFY2(n && twice && table.item(r, 2) && day, qPrintable(QString::number(r)));
+            QCOMPARE(n->data(Qt::DisplayRole).toLongLong(), qlonglong(seq + (old ? 100000 : 0)));
+            QCOMPARE(twice->text(), seq % 7 ? QString::number(seq * 2) : QString());
+            QCOMPARE(table.item(r, 2)->text(), QStringLiteral("第") + QString::number(seq));
+            QCOMPARE(day->data(Qt::DisplayRole), QVariant(QDate(2026, 1, 1).addDays(seq % 365)));
+        }
     }
 
     void detail_data()

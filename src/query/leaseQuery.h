@@ -32,6 +32,11 @@ public:
 
     static QString search(const QString &keyword, const QDate &from, const QDate &to);
 
+    // A derived table r of text ranges (lo, hi) of 登记编号, one per region,
+    // that together hold the number of every lease registered in the range;
+    // a party table's key can read just those stretches.
+    static QString candidateRanges(const QDate &from, const QDate &to);
+
     // The columns the keyword is looked for in, in the order they are shown.
     static QStringList searchColumns();
 };
