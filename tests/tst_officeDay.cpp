@@ -43,9 +43,10 @@ const QStringList layoutRows{"出方名称||100,50|300,40|居左|无", "房屋�
 // How browse lists the registrations the day keeps, by serial, after the number and date.
 const QStringList listed{"", "180|张伟|李娜|城关镇人民路12号", "200|王芳|刘洋|解放路3号", "150|孙丽|周强|延安路8号",
                          "150|吴刚|郑敏|中山路66号"};
-// What the day reads back of a registration from its four tables.
-const QString storedColumns = QStringLiteral("登记日期,有效日起,有效日止,收费金额,出方名称,IFNULL(出方电话,''),"
-                                             "承方名称,IFNULL(承方电话,''),房屋坐落,房屋用途");
+// What the day reads back of a registration from its four tables; a text
+// left empty must be stored as NULL.
+const QString storedColumns = QStringLiteral("登记日期,有效日起,有效日止,收费金额,出方名称,IFNULL(出方电话,'NULL'),"
+                                             "承方名称,IFNULL(承方电话,'NULL'),房屋坐落,房屋用途");
 
 // Types one cell as an operator does: its editor (a line, a choice box, or
 // the font button whose dialog the watcher answers) opens, takes the value and is committed.
@@ -352,7 +353,7 @@ private slots:
         widget<QComboBox>(form, "comb房屋用途：")->setCurrentText("商业");
         saves(form, "增加");
         const QString year = QString::number(m_year);
-        QCOMPARE(stored(1), day() + "|" + year + "-01-01|" + year + "-12-31|150|张伟|13805710001|李娜||城关镇人民路12号|商业");
+        QCOMPARE(stored(1), day() + "|" + year + "-01-01|" + year + "-12-31|150|张伟|13805710001|李娜|NULL|城关镇人民路12号|商业");
 
         form = startAdding(2, "王芳", "刘洋", "解放路3号");
         QVERIFY(form);
@@ -366,7 +367,7 @@ private slots:
         QCOMPARE(testSupport::tableCounts(), counts(1));
         widget<QDateEdit>(form, "dateYXZ")->setDate(m_window->workDate().addDays(1));
         saves(form, "增加");
-        QCOMPARE(stored(2), day() + "|" + day() + "|" + day(1) + "|200|王芳||刘洋|13912345678|解放路3号|住宅");
+        QCOMPARE(stored(2), day() + "|" + day() + "|" + day(1) + "|200|王芳|NULL|刘洋|13912345678|解放路3号|住宅");
 
         form = startAdding(3, "陈'静", "赵磊", "和平路99号");
         QVERIFY(form);
