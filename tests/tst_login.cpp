@@ -10,18 +10,25 @@
 #include "mainWindow.h"
 #include "testSupport.h"
 
-#include <QAction>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMdiArea>
-#include <QProcess>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QStatusBar>
-#include <QTemporaryDir>
 #include <QtTest>
+#include <QtWidgets>
+
+// Runs the current row again in a child process pointed at a socket no server
+// listens on; true in the parent once the child passed, false in the child,
+// which then goes on with the row.
+static bool ranWithoutServer()
+{
+    if (testSupport::isChild())
+        return false;
+    const QString row = QString::fromLatin1(QTest::currentTestFunction()) + ':' + QString::fromUtf8(QTest::currentDataTag());
+    QString output;
+    if (testSupport::runInChild({row}, "/tmp/zelnor-no-server.sock", 1, "/tmp", &output) != 0)
+        QTest::qFail(qPrintable("child process failed:\n" + output), __FILE__, __LINE__);
+    return true;
+}
+
+static const QString tableNames = "SELECT GROUP_CONCAT(table_name ORDER BY 1) FROM information_schema.tables "
+                                  "WHERE table_schema='zelnor'";
 
 class tst_login : public QObject
 {
@@ -37,356 +44,298 @@ private slots:
             testSupport::resetDatabase();
     }
 
-    void outcomes_data();
-    void outcomes();
-    void autoStartThenTcpOnly();
-    void rememberAndForget();
-    void serverDialog_data();
-    void serverDialog();
-    void missingTemplateOrClient_data();
-    void missingTemplateOrClient();
-    void racingLogins();
+    void outcomes_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QString>("host");
+        QTest::addColumn<bool>("serverUp");
+        QTest::addColumn<QString>("serverCommand"); // empty: no auto-start
+        QTest::addColumn<QString>("status");        // empty: logged in
+        const QString wrong = "登录失败，姓名或密码错误";
+        const QString down = "登录失败，原因是Mysql数据库没有启动";
+        // Auto-start on, but the server is already running: none is started.
+        QTest::newRow("success, server already up") << "root" << "" << "localhost" << true << "/bin/sleep 60" << "";
+        QTest::newRow("wrong password") << "root" << "nope" << "localhost" << true << "" << wrong;
+        QTest::newRow("unknown operator") << "张三" << "x" << "localhost" << true << "" << wrong;
+        // Left empty, the client library would log in as the system user.
+        QTest::newRow("empty name") << "" << "" << "localhost" << true << "" << wrong;
+        QTest::newRow("no server, no auto-start") << "root" << "" << "localhost" << false << "" << down;
+        // Only the word localhost starts a server, never the loopback address.
+        QTest::newRow("loopback address never auto-starts") << "root" << "" << "127.0.0.1" << false << "/bin/false" << down;
+        QTest::newRow("auto-start command fails") << "root" << "" << "LocalHost" << false << "/no/such/mysqld --console"
+                                                  << "偿试自启动数据库失败,请确认/no/such/mysqld --console";
+    }
+
+    void outcomes()
+    {
+        QFETCH(QString, host);
+        QFETCH(bool, serverUp);
+        QFETCH(QString, serverCommand);
+        QFETCH(QString, status);
+        if (!serverUp && ranWithoutServer())
+            return;
+        if (!serverCommand.isEmpty()) {
+            auto settings = appSettings::open();
+            settings->setValue("Server/AutoStart", true);
+            settings->setValue("Server/AutoStop", true);
+            settings->setValue("Server/BinDir", serverCommand);
+        }
+        std::unique_ptr<mainWindow> window(new mainWindow);
+        window->show();
+        QFETCH(QString, name);
+        QFETCH(QString, password);
+        testSupport::submitLogin(window.get(), name, password, host);
+        QCOMPARE(window->level(), status.isEmpty() ? 0 : 10);
+        QVERIFY(!window->serverProcess());
+        QVERIFY(m_boxes->boxes.isEmpty());
+        if (status.isEmpty())
+            return;
+        QCOMPARE(window->statusBar()->currentMessage(), status);
+        QVERIFY(window->findChild<frmLogin *>()); // still there for another try
+    }
+
+    // Starts a second, private server through the program's own auto-start and
+    // logs in on it (creating the database there); then a branch office's setup
+    // points at it over TCP only (127.0.0.1, the server's own port, no socket).
+    void autoStartThenTcpOnly()
+    {
+        if (!testSupport::isChild()) {
+            QString output;
+            QVERIFY2(testSupport::runOnPrivateServer({"autoStartThenTcpOnly"}, "init", &output) == 0, qPrintable(output));
+            return;
+        }
+        const QString server = QFileInfo(qEnvironmentVariable("MYSQL_UNIX_PORT")).path();
+        {
+            auto settings = appSettings::open();
+            settings->setValue("Server/Address", "localhost");
+            settings->setValue("Server/AutoStart", true);
+            settings->setValue("Server/AutoStop", true);
+            settings->setValue("Server/BinDir", QString("\"%1\" run \"%2\"").arg(testSupport::serverScript(), server));
+        }
+        // While the server comes up the button is off, and a second login (the
+        // window is repainted meanwhile) must neither start a second server nor
+        // log in twice.
+        QString during;
+        QTimer::singleShot(50, [&during] {
+            for (QWidget *top : QApplication::topLevelWidgets())
+                for (frmLogin *form : top->findChildren<frmLogin *>()) {
+                    during += form->loginButton()->isEnabled() ? "enabled" : "disabled";
+                    form->btLoginClicked();
+                }
+        });
+        std::unique_ptr<mainWindow> window(testSupport::login("root", ""));
+        QCOMPARE(window->level(), 0);
+        QCOMPARE(during, QString("disabled"));
+        QCOMPARE(testSupport::count("zelnor.log WHERE 描述='登录系统'"), 1);
+
+        // The dialog saves the remote address; a new login form reads it, hides it
+        // and reaches the server over TCP (the socket is not offered for 127.0.0.1).
+        testSupport::menuAction(window.get(), "配置服务器")->trigger();
+        auto *dialog = window->findChild<frmManageServer *>();
+        dialog->remoteButton()->click();
+        dialog->addressEdit()->setText("127.0.0.1");
+        dialog->saveButton()->click();
+        {
+            mainWindow branch;
+            branch.show();
+            QVERIFY(!branch.findChild<frmLogin *>()->serverEdit()->isVisible());
+            testSupport::submitLogin(&branch, "root", "", QString());
+            QCOMPARE(branch.level(), 0);
+            QCOMPARE(branch.connection().hostName(), QString("127.0.0.1"));
+            QVERIFY(!branch.serverProcess());
+        }
+        QVERIFY2(m_boxes->boxes.isEmpty(), qPrintable(m_boxes->lastText()));
+        window->close(); // which stops the server it started
+    }
+
+    void rememberAndForget()
+    {
+        std::unique_ptr<mainWindow> window(new mainWindow);
+        auto *form = window->findChild<frmLogin *>();
+        for (const QString &name : {"李四", "admin", ""}) { // an empty name is not remembered
+            form->nameBox()->setEditText(name);
+            form->rememberUser();
+        }
+        form->serverEdit()->setText("db.example");
+        form->rememberServer();
+        for (const QString &name : {"从未记忆", "admin"}) {
+            form->nameBox()->setEditText(name);
+            form->forgetUser();
+        }
+        // A new form offers what was remembered and hides the remembered server.
+        window.reset(new mainWindow);
+        window->show();
+        form = window->findChild<frmLogin *>();
+        QCOMPARE(form->nameBox()->count(), 1);
+        QCOMPARE(form->nameBox()->itemText(0), QString("李四"));
+        QCOMPARE(form->serverEdit()->text(), QString("db.example"));
+        QVERIFY(!form->serverEdit()->isVisible());
+
+        // 退出 closes the form with its frame: no empty sub-window is left.
+        for (QPushButton *b : form->findChildren<QPushButton *>())
+            if (b->text() == "退出(&E)")
+                b->click();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(window->mdiArea()->subWindowList().isEmpty());
+    }
+
+    void serverDialog_data()
+    {
+        QTest::addColumn<QByteArray>("stored"); // [Server] lines before opening
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("shown"); // checked button; file, start, stop enabled; save enabled
+        QTest::addColumn<QStringList>("written");
+        QTest::newRow("no settings file") << QByteArray() << "" << "本机 111 0"
+            << QStringList{"Address=localhost", "BinDir=./mysql/bin/mysqld.exe", "AutoStart=false", "AutoStop=false"};
+        QTest::newRow("mixed-case LocalHost") << QByteArray("Address=LocalHost\nAutoStop=true") << "" << "本机 111 0"
+                                              << QStringList{"Address=localhost", "AutoStop=true"};
+        QTest::newRow("stored remote") << QByteArray("Address=10.1.2.3\nBinDir=/opt/db\nAutoStart=true") << ""
+            << "远程 000 0" << QStringList{"Address=10.1.2.3", "BinDir=/opt/db", "AutoStart=true"};
+        // The typed address is kept; the disabled local-only values are still written.
+        QTest::newRow("choosing 远程") << QByteArray("AutoStart=true") << "remote" << "远程 000 1"
+                                     << QStringList{"Address=county-db", "AutoStart=true"};
+        QTest::newRow("cancelled chooser empties the file") << QByteArray() << "chooser" << "本机 111 1"
+                                                          << QStringList{"BinDir="};
+        QTest::newRow("auto-stop") << QByteArray() << "autostop" << "本机 111 1" << QStringList{"AutoStop=true"};
+        QTest::newRow("address alone does not enable saving") << QByteArray("Address=db1") << "address"
+                                                              << "远程 000 0" << QStringList{"Address=db2"};
+    }
+
+    void serverDialog()
+    {
+        QFETCH(QByteArray, stored);
+        QFETCH(QString, action);
+        QFile file(testSupport::settingsPath());
+        if (!stored.isEmpty()) {
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("[Server]\n" + stored + "\n");
+            file.close();
+        }
+        mainWindow window;
+        window.show();
+        window.setLevel(1); // a 主管 opens it through its menu action
+        testSupport::menuAction(&window, "配置服务器")->trigger();
+        auto *form = window.findChild<frmManageServer *>();
+        QVERIFY(!form->saveButton()->isEnabled());
+        if (action == "remote") {
+            form->remoteButton()->click();
+            form->addressEdit()->setText("county-db");
+        } else if (action == "chooser") {
+            form->selectFileButton()->click();
+            QCOMPARE(m_boxes->lastTitle(), QString("选择MYSQL服务器文件："));
+            m_boxes->boxes.clear();
+        } else if (action == "autostop") {
+            form->autoStopBox()->click();
+        } else if (action == "address") {
+            form->addressEdit()->setText("db2");
+        }
+        const bool local = form->localButton()->isChecked();
+        QCOMPARE(local, !form->remoteButton()->isChecked());
+        QTEST(QString("%1 %2%3%4 %5").arg(local ? "本机" : "远程").arg(form->fileEdit()->isEnabled())
+                  .arg(form->autoStartBox()->isEnabled()).arg(form->autoStopBox()->isEnabled())
+                  .arg(form->saveButton()->isEnabled()), "shown");
+
+        form->btSaveClicked();
+        QVERIFY(!form->saveButton()->isEnabled());
+        QCOMPARE(window.autoStop(), form->autoStopBox()->isChecked());
+        // What another program would read: the bytes on disk, not this process's cache.
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        QFETCH(QStringList, written);
+        for (const QString &line : written)
+            QVERIFY2(lines.contains(line.toUtf8()), qPrintable(line));
+        QVERIFY(m_boxes->boxes.isEmpty());
+    }
+
+    void missingTemplateOrClient_data()
+    {
+        QTest::addColumn<bool>("templateThere");
+        QTest::addColumn<QString>("mentions");
+        QTest::newRow("no datamodel.sql") << false << "datamodel.sql";
+        QTest::newRow("no mysql client") << true << "mysql";
+    }
+
+    void missingTemplateOrClient()
+    {
+        QFETCH(bool, templateThere);
+        QFETCH(QString, mentions);
+        testSupport::resetDatabase(false);
+        QTemporaryDir work;
+        if (templateThere)
+            QVERIFY(QFile::copy(QStringLiteral(ZELNOR_BINARY_DIR "/datamodel.sql"), work.path() + "/datamodel.sql"));
+        const QString here = QDir::currentPath();
+        const QByteArray path = qgetenv("PATH");
+        QDir::setCurrent(work.path());
+        if (templateThere) // no client then
+            qputenv("PATH", work.path().toLocal8Bit());
+        std::unique_ptr<mainWindow> window(testSupport::login());
+        QDir::setCurrent(here);
+        qputenv("PATH", path);
+
+        // A clear message instead of an empty database that the next login
+        // would take as ready.
+        QCOMPARE(m_boxes->boxes.size(), 1);
+        QCOMPARE(m_boxes->lastTitle(), QString("错误"));
+        QVERIFY2(m_boxes->lastText().startsWith("无法从模板创建数据库："), qPrintable(m_boxes->lastText()));
+        QVERIFY2(m_boxes->lastText().contains(mentions), qPrintable(m_boxes->lastText()));
+        QCOMPARE(window->level(), 10);
+        testSupport::connectAsRoot();
+        QCOMPARE(testSupport::count("information_schema.schemata WHERE schema_name='zelnor'"), 0);
+
+        // Once the cause is gone, the next login creates the database, in the
+        // character set and engine the data was always kept in.
+        window.reset(testSupport::login());
+        QCOMPARE(window->level(), 0);
+        QCOMPARE(m_boxes->boxes.size(), 1);
+        QCOMPARE(testSupport::scalar(tableNames).toString(), QString("lease,leasehouse,leasein,leaseout,log"));
+        QCOMPARE(testSupport::scalar("SELECT DEFAULT_CHARACTER_SET_NAME FROM information_schema.schemata "
+                                     "WHERE schema_name='zelnor'").toString(), QString("utf8mb3"));
+        QCOMPARE(testSupport::count("information_schema.tables WHERE table_schema='zelnor' AND engine<>'InnoDB'"), 0);
+    }
+
+    // Two workstations log in to a fresh server at the same moment: both find no
+    // database, both try to create it. The loser must neither fill it a second
+    // time nor drop the winner's work.
+    void racingLogins()
+    {
+        if (!testSupport::isChild()) {
+            testSupport::resetDatabase(false);
+            // Holding the global read lock makes both CREATE DATABASE statements
+            // wait after both checks found nothing; releasing it lets them race.
+            QVERIFY(testSupport::exec("FLUSH TABLES WITH READ LOCK"));
+            std::unique_ptr<QProcess> one(testSupport::startChild({"racingLogins"}, testSupport::socketPath(),
+                                                                  testSupport::serverPort(), testSupport::serverDir()));
+            std::unique_ptr<QProcess> two(testSupport::startChild({"racingLogins"}, testSupport::socketPath(),
+                                                                  testSupport::serverPort(), testSupport::serverDir()));
+            const bool bothWaiting = testSupport::waitFor(
+                [] { return testSupport::count("information_schema.processlist WHERE info LIKE 'CREATE DATABASE%'") == 2; },
+                30000);
+            testSupport::exec("UNLOCK TABLES");
+            QVERIFY(bothWaiting);
+            QVERIFY(one->waitForFinished(60000) && two->waitForFinished(60000));
+            const QString output = QString::fromLocal8Bit(one->readAll() + two->readAll());
+            QVERIFY2(one->exitCode() == 0 && two->exitCode() == 0, qPrintable(output));
+            QCOMPARE(output.count("won the race"), 1);
+            QCOMPARE(output.count("lost the race"), 1);
+            QCOMPARE(testSupport::scalar(tableNames).toString(), QString("lease,leasehouse,leasein,leaseout,log"));
+            return;
+        }
+        std::unique_ptr<mainWindow> window(testSupport::login());
+        if (window->level() == 0) {
+            QCOMPARE(window->messageLabel()->text(),
+                     QString("第一次运行，创建数据库OK。请设置打印控制、初始化用途等选择项目。"));
+            qInfo("won the race");
+        } else {
+            QCOMPARE(m_boxes->boxes.size(), 1);
+            QCOMPARE(m_boxes->lastTitle() + m_boxes->lastText(), QString("错误另一台工作站正在创建数据库zelnor，请稍候重新登录。"));
+            qInfo("lost the race");
+        }
+    }
 
 private:
     std::unique_ptr<modalWatcher> m_boxes;
 };
-
-static const char *const deadSocket = "/tmp/zelnor-no-server.sock";
-
-// Runs the current test function again in a child process pointed at the
-// given socket and port (and the my.cnf beside the socket); true in the
-// parent once the child passed, false in the child, which then goes on with
-// the test body.
-static bool ranInChild(const QString &socket, int port = 1)
-{
-    if (testSupport::isChild())
-        return false;
-    QString function = QString::fromLatin1(QTest::currentTestFunction());
-    if (QTest::currentDataTag())
-        function += ':' + QString::fromUtf8(QTest::currentDataTag());
-    QString output;
-    if (testSupport::runInChild({function}, socket, port, QFileInfo(socket).path(), &output) != 0)
-        QTest::qFail(qPrintable("child process failed:\n" + output), __FILE__, __LINE__);
-    return true;
-}
-
-static frmLogin *submit(mainWindow *window, const QString &host, const QString &name, const QString &password)
-{
-    auto *form = window->findChild<frmLogin *>();
-    if (!host.isNull())
-        form->serverEdit()->setText(host);
-    form->nameBox()->setEditText(name);
-    form->passwordEdit()->setText(password);
-    form->loginButton()->click();
-    return form;
-}
-
-void tst_login::outcomes_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("password");
-    QTest::addColumn<QString>("host");
-    QTest::addColumn<bool>("serverUp");
-    QTest::addColumn<QString>("serverCommand"); // empty: no auto-start
-    QTest::addColumn<QString>("status");        // empty: logged in
-    const QString wrong = "登录失败，姓名或密码错误";
-    const QString down = "登录失败，原因是Mysql数据库没有启动";
-    // Auto-start on, but the server is already running: none is started.
-    QTest::newRow("success, server already up") << "root" << "" << "localhost" << true << "/bin/sleep 60" << "";
-    QTest::newRow("wrong password") << "root" << "nope" << "localhost" << true << "" << wrong;
-    QTest::newRow("unknown operator") << "张三" << "x" << "localhost" << true << "" << wrong;
-    // Left empty, the client library would log in as the system user.
-    QTest::newRow("empty name") << "" << "" << "localhost" << true << "" << wrong;
-    QTest::newRow("no server, no auto-start") << "root" << "" << "localhost" << false << "" << down;
-    // Only the word localhost starts a server, never the loopback address.
-    QTest::newRow("loopback address never auto-starts") << "root" << "" << "127.0.0.1" << false << "/bin/false" << down;
-    QTest::newRow("auto-start command fails") << "root" << "" << "LocalHost" << false << "/no/such/mysqld --console"
-                                              << "偿试自启动数据库失败,请确认/no/such/mysqld --console";
-}
-
-void tst_login::outcomes()
-{
-    QFETCH(QString, host);
-    QFETCH(bool, serverUp);
-    QFETCH(QString, serverCommand);
-    QFETCH(QString, status);
-    if (!serverUp && ranInChild(deadSocket))
-        return;
-    if (!serverCommand.isEmpty()) {
-        auto settings = appSettings::open();
-        settings->setValue("Server/AutoStart", true);
-        settings->setValue("Server/AutoStop", true);
-        settings->setValue("Server/BinDir", serverCommand);
-    }
-    std::unique_ptr<mainWindow> window(new mainWindow);
-    window->show();
-    QFETCH(QString, name);
-    QFETCH(QString, password);
-    submit(window.get(), host, name, password);
-    QCOMPARE(window->level(), status.isEmpty() ? 0 : 10);
-    QVERIFY(!window->serverProcess());
-    QVERIFY(m_boxes->boxes.isEmpty());
-    if (status.isEmpty())
-        return;
-    QCOMPARE(window->statusBar()->currentMessage(), status);
-    QVERIFY(window->findChild<frmLogin *>()); // still there for another try
-}
-
-// Starts a second, private server through the program's own auto-start and
-// logs in on it (creating the database there); then a branch office's setup
-// pointed at it over TCP only (127.0.0.1, the server's own port, no socket);
-// closing the first window stops exactly that server.
-void tst_login::autoStartThenTcpOnly()
-{
-    const QString script = QStringLiteral(ZELNOR_SOURCE_DIR "/scripts/local-server");
-    if (!testSupport::isChild()) {
-        QTemporaryDir dir("/tmp/zelnor-autostart-XXXXXX");
-        const QString server = dir.path() + "/srv";
-        QCOMPARE(QProcess::execute(script, {"init", server}), 0);
-        QFile portFile(server + "/port");
-        QVERIFY(portFile.open(QIODevice::ReadOnly));
-        ranInChild(server + "/mysqld.sock", portFile.readAll().trimmed().toInt());
-        QProcess::execute(script, {"stop", server}); // only if the program failed to
-        return;
-    }
-    const QString server = QFileInfo(qEnvironmentVariable("MYSQL_UNIX_PORT")).path();
-    {
-        auto settings = appSettings::open();
-        settings->setValue("Server/Address", "localhost");
-        settings->setValue("Server/AutoStart", true);
-        settings->setValue("Server/AutoStop", true);
-        settings->setValue("Server/BinDir", QString("\"%1\" run \"%2\"").arg(script, server));
-    }
-    // While the server comes up the button is off, and a second login (the
-    // window is repainted meanwhile) must neither start a second server nor
-    // log in twice.
-    QString during;
-    QTimer::singleShot(50, [&during] {
-        for (QWidget *top : QApplication::topLevelWidgets())
-            for (frmLogin *form : top->findChildren<frmLogin *>()) {
-                during += form->loginButton()->isEnabled() ? "enabled" : "disabled";
-                form->btLoginClicked();
-            }
-    });
-    QElapsedTimer clock;
-    clock.start();
-    std::unique_ptr<mainWindow> window(testSupport::login("root", ""));
-    // The wait ends when the server answers, long before the nine-second ceiling.
-    QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
-    QCOMPARE(window->level(), 0);
-    QCOMPARE(during, QString("disabled"));
-    QCOMPARE(testSupport::count("zelnor.log WHERE 描述='登录系统'"), 1);
-    QProcess *started = window->serverProcess();
-    QVERIFY(started && started->state() == QProcess::Running);
-
-    // The dialog saves the remote address; a new login form reads it, hides it
-    // and reaches the server over TCP (the socket is not offered for 127.0.0.1).
-    testSupport::menuAction(window.get(), "配置服务器")->trigger();
-    auto *dialog = window->findChild<frmManageServer *>();
-    dialog->remoteButton()->click();
-    dialog->addressEdit()->setText("127.0.0.1");
-    dialog->saveButton()->click();
-    {
-        mainWindow branch;
-        branch.show();
-        QVERIFY(!branch.findChild<frmLogin *>()->serverEdit()->isVisible());
-        submit(&branch, QString(), "root", "");
-        QCOMPARE(branch.level(), 0);
-        QCOMPARE(branch.connection().hostName(), QString("127.0.0.1"));
-        QVERIFY(!branch.serverProcess());
-    }
-    QVERIFY2(m_boxes->boxes.isEmpty(), qPrintable(m_boxes->lastText()));
-    window->close();
-    QCOMPARE(started->state(), QProcess::NotRunning);
-    QVERIFY(!QFile::exists(server + "/mysqld.pid"));
-}
-
-void tst_login::rememberAndForget()
-{
-    std::unique_ptr<mainWindow> window(new mainWindow);
-    auto *form = window->findChild<frmLogin *>();
-    for (const QString &name : {"李四", "admin", ""}) { // an empty name is not remembered
-        form->nameBox()->setEditText(name);
-        form->rememberUser();
-    }
-    form->serverEdit()->setText("db.example");
-    form->rememberServer();
-    for (const QString &name : {"从未记忆", "admin"}) {
-        form->nameBox()->setEditText(name);
-        form->forgetUser();
-    }
-    // A new form offers what was remembered and hides the remembered server.
-    window.reset(new mainWindow);
-    window->show();
-    form = window->findChild<frmLogin *>();
-    QCOMPARE(form->nameBox()->count(), 1);
-    QCOMPARE(form->nameBox()->itemText(0), QString("李四"));
-    QCOMPARE(form->serverEdit()->text(), QString("db.example"));
-    QVERIFY(!form->serverEdit()->isVisible());
-
-    // 退出 closes the form with its frame: no empty sub-window is left.
-    for (QPushButton *b : form->findChildren<QPushButton *>())
-        if (b->text() == "退出(&E)")
-            b->click();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(window->mdiArea()->subWindowList().isEmpty());
-}
-
-void tst_login::serverDialog_data()
-{
-    QTest::addColumn<QByteArray>("stored"); // [Server] lines before opening
-    QTest::addColumn<QString>("action");
-    QTest::addColumn<QString>("shown"); // checked button; file, start, stop enabled; save enabled
-    QTest::addColumn<QStringList>("written");
-    QTest::newRow("no settings file") << QByteArray() << "" << "本机 111 0"
-        << QStringList{"Address=localhost", "BinDir=./mysql/bin/mysqld.exe", "AutoStart=false", "AutoStop=false"};
-    QTest::newRow("mixed-case LocalHost") << QByteArray("Address=LocalHost\nAutoStop=true") << "" << "本机 111 0"
-                                          << QStringList{"Address=localhost", "AutoStop=true"};
-    QTest::newRow("stored remote") << QByteArray("Address=10.1.2.3\nBinDir=/opt/db\nAutoStart=true") << ""
-        << "远程 000 0" << QStringList{"Address=10.1.2.3", "BinDir=/opt/db", "AutoStart=true"};
-    // The typed address is kept; the disabled local-only values are still written.
-    QTest::newRow("choosing 远程") << QByteArray("AutoStart=true") << "remote" << "远程 000 1"
-                                 << QStringList{"Address=county-db", "AutoStart=true"};
-    QTest::newRow("cancelled chooser empties the file") << QByteArray() << "chooser" << "本机 111 1"
-                                                      << QStringList{"BinDir="};
-    QTest::newRow("auto-stop") << QByteArray() << "autostop" << "本机 111 1" << QStringList{"AutoStop=true"};
-    QTest::newRow("address alone does not enable saving") << QByteArray("Address=db1") << "address"
-                                                          << "远程 000 0" << QStringList{"Address=db2"};
-}
-
-void tst_login::serverDialog()
-{
-    QFETCH(QByteArray, stored);
-    QFETCH(QString, action);
-    QFile file(testSupport::settingsPath());
-    if (!stored.isEmpty()) {
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("[Server]\n" + stored + "\n");
-        file.close();
-    }
-    mainWindow window;
-    window.show();
-    window.setLevel(1); // a 主管 opens it through its menu action
-    testSupport::menuAction(&window, "配置服务器")->trigger();
-    auto *form = window.findChild<frmManageServer *>();
-    QVERIFY(!form->saveButton()->isEnabled());
-    if (action == "remote") {
-        form->remoteButton()->click();
-        form->addressEdit()->setText("county-db");
-    } else if (action == "chooser") {
-        form->selectFileButton()->click();
-        QCOMPARE(m_boxes->lastTitle(), QString("选择MYSQL服务器文件："));
-        m_boxes->boxes.clear();
-    } else if (action == "autostop") {
-        form->autoStopBox()->click();
-    } else if (action == "address") {
-        form->addressEdit()->setText("db2");
-    }
-    const bool local = form->localButton()->isChecked();
-    QCOMPARE(local, !form->remoteButton()->isChecked());
-    QTEST(QString("%1 %2%3%4 %5").arg(local ? "本机" : "远程").arg(form->fileEdit()->isEnabled())
-              .arg(form->autoStartBox()->isEnabled()).arg(form->autoStopBox()->isEnabled())
-              .arg(form->saveButton()->isEnabled()), "shown");
-
-    form->btSaveClicked();
-    QVERIFY(!form->saveButton()->isEnabled());
-    QCOMPARE(window.autoStop(), form->autoStopBox()->isChecked());
-    // What another program would read: the bytes on disk, not this process's cache.
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QList<QByteArray> lines = file.readAll().split('\n');
-    QFETCH(QStringList, written);
-    for (const QString &line : written)
-        QVERIFY2(lines.contains(line.toUtf8()), qPrintable(line));
-    QVERIFY(m_boxes->boxes.isEmpty());
-}
-
-static const QString tableNames = "SELECT GROUP_CONCAT(table_name ORDER BY 1) FROM information_schema.tables "
-                                  "WHERE table_schema='zelnor'";
-
-void tst_login::missingTemplateOrClient_data()
-{
-    QTest::addColumn<bool>("templateThere");
-    QTest::addColumn<QString>("mentions");
-    QTest::newRow("no datamodel.sql") << false << "datamodel.sql";
-    QTest::newRow("no mysql client") << true << "mysql";
-}
-
-void tst_login::missingTemplateOrClient()
-{
-    QFETCH(bool, templateThere);
-    QFETCH(QString, mentions);
-    testSupport::resetDatabase(false);
-    QTemporaryDir work;
-    if (templateThere)
-        QVERIFY(QFile::copy(QStringLiteral(ZELNOR_BINARY_DIR "/datamodel.sql"), work.path() + "/datamodel.sql"));
-    const QString here = QDir::currentPath();
-    const QByteArray path = qgetenv("PATH");
-    QDir::setCurrent(work.path());
-    if (templateThere) // no client then
-        qputenv("PATH", work.path().toLocal8Bit());
-    std::unique_ptr<mainWindow> window(testSupport::login());
-    QDir::setCurrent(here);
-    qputenv("PATH", path);
-
-    // A clear message instead of an empty database that the next login
-    // would take as ready.
-    QCOMPARE(m_boxes->boxes.size(), 1);
-    QCOMPARE(m_boxes->lastTitle(), QString("错误"));
-    QVERIFY2(m_boxes->lastText().startsWith("无法从模板创建数据库："), qPrintable(m_boxes->lastText()));
-    QVERIFY2(m_boxes->lastText().contains(mentions), qPrintable(m_boxes->lastText()));
-    QCOMPARE(window->level(), 10);
-    testSupport::connectAsRoot();
-    QCOMPARE(testSupport::count("information_schema.schemata WHERE schema_name='zelnor'"), 0);
-
-    // Once the cause is gone, the next login creates the database, in the
-    // character set and engine the data was always kept in.
-    window.reset(testSupport::login());
-    QCOMPARE(window->level(), 0);
-    QCOMPARE(m_boxes->boxes.size(), 1);
-    QCOMPARE(testSupport::scalar(tableNames).toString(), QString("lease,leasehouse,leasein,leaseout,log"));
-    QCOMPARE(testSupport::scalar("SELECT DEFAULT_CHARACTER_SET_NAME FROM information_schema.schemata "
-                                 "WHERE schema_name='zelnor'").toString(), QString("utf8mb3"));
-    QCOMPARE(testSupport::count("information_schema.tables WHERE table_schema='zelnor' AND engine<>'InnoDB'"), 0);
-}
-
-// Two workstations log in to a fresh server at the same moment: both find no
-// database, both try to create it. The loser must neither fill it a second
-// time nor drop the winner's work.
-void tst_login::racingLogins()
-{
-    if (!testSupport::isChild()) {
-        testSupport::resetDatabase(false);
-        // Holding the global read lock makes both CREATE DATABASE statements
-        // wait after both checks found nothing; releasing it lets them race.
-        QVERIFY(testSupport::exec("FLUSH TABLES WITH READ LOCK"));
-        std::unique_ptr<QProcess> one(testSupport::startChild({"racingLogins"}, testSupport::socketPath(),
-                                                              testSupport::serverPort(), testSupport::serverDir()));
-        std::unique_ptr<QProcess> two(testSupport::startChild({"racingLogins"}, testSupport::socketPath(),
-                                                              testSupport::serverPort(), testSupport::serverDir()));
-        const bool bothWaiting = testSupport::waitFor(
-            [] { return testSupport::count("information_schema.processlist WHERE info LIKE 'CREATE DATABASE%'") == 2; },
-            30000);
-        testSupport::exec("UNLOCK TABLES");
-        QVERIFY(bothWaiting);
-        QVERIFY(one->waitForFinished(60000) && two->waitForFinished(60000));
-        const QString output = QString::fromLocal8Bit(one->readAll() + two->readAll());
-        QVERIFY2(one->exitCode() == 0 && two->exitCode() == 0, qPrintable(output));
-        QCOMPARE(output.count("won the race"), 1);
-        QCOMPARE(output.count("lost the race"), 1);
-        QCOMPARE(testSupport::scalar(tableNames).toString(), QString("lease,leasehouse,leasein,leaseout,log"));
-        return;
-    }
-    std::unique_ptr<mainWindow> window(testSupport::login());
-    if (window->level() == 0) {
-        QCOMPARE(window->messageLabel()->text(),
-                 QString("第一次运行，创建数据库OK。请设置打印控制、初始化用途等选择项目。"));
-        qInfo("won the race");
-    } else {
-        QCOMPARE(m_boxes->boxes.size(), 1);
-        QCOMPARE(m_boxes->lastTitle() + m_boxes->lastText(), QString("错误另一台工作站正在创建数据库zelnor，请稍候重新登录。"));
-        qInfo("lost the race");
-    }
-}
 
 QTEST_MAIN(tst_login)
 #include "tst_login.moc"

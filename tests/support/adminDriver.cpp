@@ -65,7 +65,8 @@ std::function<void(QWidget *)> fileDialogAnswer(const QString &path)
     return [path](QWidget *w) {
         auto *dialog = qobject_cast<QFileDialog *>(w);
         dialog->setDirectory(QFileInfo(path).absolutePath());
-        dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(QFileInfo(path).fileName());
+        if (!QFileInfo(path).fileName().isEmpty())
+            dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(QFileInfo(path).fileName());
         static_cast<QDialog *>(dialog)->accept();
     };
 }

@@ -27,9 +27,10 @@ void fieldStep(frmSetField *form, modalWatcher &watcher, const QString &step);
 // text is not empty), "-text" deletes the row holding it.
 void choiceStep(frmManageSelectedItem *form, const QString &step);
 
-// A modalWatcher handler that answers a file dialog with the path. The name
-// goes into the name field directly: selectFile() alone can lose a race with
-// the dialog's own directory listing, which puts the proposed name back.
+// A modalWatcher handler that answers a file dialog with the path; a path
+// ending in "/" keeps the proposed name. The name goes into the name field
+// directly: selectFile() alone can lose a race with the dialog's own
+// directory listing, which puts the proposed name back.
 std::function<void(QWidget *)> fileDialogAnswer(const QString &path);
 
 } // namespace adminDriver

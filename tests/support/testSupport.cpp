@@ -22,6 +22,7 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStringList>
+#include <QTableWidget>
 #include <QTest>
 #include <memory>
 
@@ -51,14 +52,14 @@ static QString readEnvValue(const QString &name)
     return QString();
 }
 
-static QString localServerScript() { return QStringLiteral(ZELNOR_SOURCE_DIR "/scripts/local-server"); }
+QString serverScript() { return QStringLiteral(ZELNOR_SOURCE_DIR "/scripts/local-server"); }
 
 benchServer::benchServer(const QString &name, bool removeData)
     : m_dir(QStringLiteral("/tmp/zelnor-bench-") + name)
     , m_removeData(removeData)
 {
     qputenv("ZELNOR_TEST_SERVER_DIR", m_dir.toLocal8Bit());
-    m_up = QProcess::execute(localServerScript(), {QStringLiteral("start"), m_dir}) == 0;
+    m_up = QProcess::execute(serverScript(), {QStringLiteral("start"), m_dir}) == 0;
     if (!m_up)
         qWarning("could not start a server in %s", qPrintable(m_dir));
     initApplication();
@@ -72,7 +73,7 @@ benchServer::~benchServer()
         if (db.isValid())
             db.close();
     }
-    QProcess::execute(localServerScript(), {QStringLiteral("stop"), m_dir});
+    QProcess::execute(serverScript(), {QStringLiteral("stop"), m_dir});
     if (m_removeData)
         QDir(m_dir).removeRecursively();
     appSettings::setFolder(QString());
@@ -120,6 +121,21 @@ int runInChild(const QStringList &arguments, const QString &socket, int port,
     if (output)
         *output = QString::fromLocal8Bit(child->readAll());
     return child->exitStatus() == QProcess::NormalExit ? child->exitCode() : -1;
+}
+
+int runOnPrivateServer(const QStringList &arguments, const QString &command, QString *output)
+{
+    QTemporaryDir dir(QStringLiteral("/tmp/zelnor-private-XXXXXX"));
+    const QString server = dir.path() + QStringLiteral("/srv");
+    QFile port(server + QStringLiteral("/port"));
+    if (QProcess::execute(serverScript(), {command, server}) != 0 || !port.open(QIODevice::ReadOnly)) {
+        *output = QStringLiteral("cannot prepare a server in ") + server + QLatin1Char('\n');
+        return 1;
+    }
+    const int code = runInChild(arguments, server + QStringLiteral("/mysqld.sock"), port.readAll().trimmed().toInt(),
+                                server, output);
+    QProcess::execute(serverScript(), {QStringLiteral("stop"), server});
+    return code;
 }
 
 QString settingsPath() { return appSettings::path(); }
@@ -217,13 +233,22 @@ void insertLease(const leaseRow &row)
         exec(QStringLiteral("INSERT leasehouse SET 登记编号='%1',房屋坐落=%2").arg(n, quotedOrNull(row.location)));
 }
 
-QString registrationRow(const QString &table, const QString &columns, const QString &number)
+QString registration(const QString &number, const QString &columns)
 {
-    const QString key = table == QLatin1String("lease") ? QStringLiteral("CONCAT(地区,年度*100000+编号)")
-                                                        : QStringLiteral("登记编号");
-    return scalar(QStringLiteral("SELECT CONCAT_WS('|',") + columns + QStringLiteral(") FROM ") + table
-                  + QStringLiteral(" WHERE ") + key + QStringLiteral("='") + number + QLatin1Char('\''))
+    return scalar(QStringLiteral("SELECT CONCAT_WS('|',") + columns
+                  + QStringLiteral(") FROM lease JOIN leaseout ON leaseout.登记编号=CONCAT(地区,年度*100000+编号) "
+                                   "JOIN leasein ON leasein.登记编号=leaseout.登记编号 "
+                                   "JOIN leasehouse ON leasehouse.登记编号=leaseout.登记编号 WHERE leaseout.登记编号='")
+                  + number + QLatin1Char('\''))
         .toString();
+}
+
+QString tableCounts()
+{
+    QStringList counts;
+    for (const char *table : {"lease", "leaseout", "leasein", "leasehouse", "log"})
+        counts << QString::number(count(QLatin1String(table)));
+    return counts.join(QLatin1Char('/'));
 }
 
 void createOperator(const QString &displayName, const QString &password, int level)
@@ -244,12 +269,13 @@ mainWindow *login(const QString &name, const QString &password)
     return window;
 }
 
-void submitLogin(mainWindow *window, const QString &name, const QString &password)
+void submitLogin(mainWindow *window, const QString &name, const QString &password, const QString &host)
 {
     auto *form = window->findChild<frmLogin *>();
     if (!form)
         qFatal("no login form");
-    form->serverEdit()->setText(QStringLiteral("localhost"));
+    if (!host.isNull())
+        form->serverEdit()->setText(host);
     form->nameBox()->setEditText(name);
     form->passwordEdit()->setText(password);
     form->loginButton()->click();
@@ -276,11 +302,11 @@ QAction *menuAction(const QMainWindow *window, const QString &text)
     return nullptr;
 }
 
-QStringList enabledActions(const QMainWindow *window)
+QStringList enabledActions(const QMainWindow *window, bool usable)
 {
     QStringList names;
     for (QAction *a : menuActions(window))
-        if (a->isEnabled())
+        if (a->isEnabled() == usable)
             names << a->text();
     names.sort();
     return names;
@@ -293,6 +319,20 @@ QStringList logRows()
     while (q.next())
         rows << q.value(0).toString() + QLatin1Char('|') + q.value(1).toString();
     return rows;
+}
+
+QStringList tableLines(const QTableWidget *table)
+{
+    QStringList lines;
+    for (int r = -1; r < table->rowCount(); ++r) {
+        QStringList cells;
+        for (int c = 0; c < table->columnCount(); ++c) {
+            const QTableWidgetItem *item = r < 0 ? table->horizontalHeaderItem(c) : table->item(r, c);
+            cells << (item ? item->text() : QString());
+        }
+        lines << cells.join(QLatin1Char('|'));
+    }
+    return lines;
 }
 
 bool waitFor(const std::function<bool()> &done, int ms)

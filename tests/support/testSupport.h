@@ -13,6 +13,7 @@
 
 class QAction;
 class QMainWindow;
+class QTableWidget;
 class mainWindow;
 class QProcess;
 
@@ -25,6 +26,8 @@ namespace testSupport {
 void initApplication();
 
 QString serverDir();
+// The command that prepares, starts and stops a throwaway server in a folder.
+QString serverScript();
 
 // The client library reads the socket and port variables once per process,
 // so a test that needs another server (or none) runs one test function in a
@@ -38,6 +41,10 @@ int runInChild(const QStringList &arguments, const QString &socket, int port,
 // owns and waits for the process.
 QProcess *startChild(const QStringList &arguments, const QString &socket, int port,
                      const QString &mysqlHome);
+// Runs the arguments in a child on a private server in a fresh folder under
+// /tmp, which the server script's command ("init": prepared but not running,
+// "start": running) makes first and "stop" ends, should the child leave it up.
+int runOnPrivateServer(const QStringList &arguments, const QString &command, QString *output);
 bool isChild();
 QString socketPath();
 int serverPort();
@@ -78,23 +85,29 @@ struct leaseRow {
     QString location;
 };
 void insertLease(const leaseRow &row);
-// The given columns of one registration's row in one of the four tables,
-// joined by "|" (CONCAT_WS: NULLs left out); empty when there is no row.
-QString registrationRow(const QString &table, const QString &columns, const QString &number);
+// The given columns of one registration over its four tables, joined by "|"
+// (CONCAT_WS: NULLs left out); empty when one of its rows is missing.
+QString registration(const QString &number, const QString &columns);
+// The rows of lease, leaseout, leasein, leasehouse and log, as "n/n/n/n/n".
+QString tableCounts();
 
 // Builds the main window and logs in through its real login form with host
 // "localhost". The caller owns the window.
 mainWindow *login(const QString &name = QStringLiteral("root"), const QString &password = QString());
-// Fills the open login form of a shown window and presses 登录(&L).
-void submitLogin(mainWindow *window, const QString &name, const QString &password);
+// Fills the open login form of a shown window and presses 登录(&L); a null
+// host leaves the server field as the form filled it.
+void submitLogin(mainWindow *window, const QString &name, const QString &password,
+                 const QString &host = QStringLiteral("localhost"));
 
 // The menu-bar action with exactly this text, or nullptr.
 QAction *menuAction(const QMainWindow *window, const QString &text);
-// Texts of the usable menu-bar actions, sorted.
-QStringList enabledActions(const QMainWindow *window);
+// Texts of the usable menu-bar actions (with usable false, the others), sorted.
+QStringList enabledActions(const QMainWindow *window, bool usable = true);
 
 // The log table as "用户|描述", in the order the server returns it.
 QStringList logRows();
+// The header line, then one line per row, cells joined by "|".
+QStringList tableLines(const QTableWidget *table);
 
 // Processes events for up to ms milliseconds, or until done() is true.
 bool waitFor(const std::function<bool()> &done, int ms = 5000);
