@@ -10,6 +10,7 @@
 // at the end.
 #include "dataBackup.h"
 #include "leaseGenerator.h"
+#include "benchServer.h"
 #include "testSupport.h"
 
 #include <QCoreApplication>

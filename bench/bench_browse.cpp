@@ -14,6 +14,7 @@
 #include "frmViewLease.h"
 #include "leaseQuery.h"
 #include "mainWindow.h"
+#include "benchServer.h"
 #include "testSupport.h"
 
 #include <QApplication>

@@ -21,6 +21,7 @@
 #include "objPrint.h"
 #include "printLayout.h"
 #include "../tests/recordFormDriver.h"
+#include "benchServer.h"
 #include "testSupport.h"
 
 #include <QApplication>

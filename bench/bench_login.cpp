@@ -8,6 +8,7 @@
 // It stops and starts a server of its own in /tmp/zelnor-bench-login.
 #include "appSettings.h"
 #include "mainWindow.h"
+#include "benchServer.h"
 #include "testSupport.h"
 
 #include <QApplication>

@@ -6,6 +6,7 @@
 // stopped here:
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_mysqlquery
 #include "mySqlQuery.h"
+#include "benchServer.h"
 #include "testSupport.h"
 
 #include <QApplication>

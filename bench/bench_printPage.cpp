@@ -10,6 +10,7 @@
 #include "mainWindow.h"
 #include "objPrint.h"
 #include "printLayout.h"
+#include "benchServer.h"
 #include "testSupport.h"
 
 #include <QApplication>

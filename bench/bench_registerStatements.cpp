@@ -6,6 +6,7 @@
 // (on a server of its own in /tmp/zelnor-bench-registerStatements)
 #include "../tests/recordFormDriver.h"
 #include "myTools.h"
+#include "benchServer.h"
 #include "testSupport.h"
 
 #include <QApplication>
