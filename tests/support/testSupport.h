@@ -1,7 +1,9 @@
 #ifndef TESTSUPPORT_H
 #define TESTSUPPORT_H
 
+#include <QAction>
 #include <QList>
+#include <QMainWindow>
 #include <QMessageBox>
 #include <QObject>
 #include <QSqlDatabase>
@@ -10,8 +12,6 @@
 #include <QVariant>
 #include <functional>
 
-class QAction;
-class QMainWindow;
 class QTableWidget;
 class mainWindow;
 class QProcess;
@@ -100,6 +100,21 @@ void submitLogin(mainWindow *window, const QString &name, const QString &passwor
 
 // The menu-bar action with exactly this text, or nullptr.
 QAction *menuAction(const QMainWindow *window, const QString &text);
+// Chooses that entry as an operator does; the form of that type it opened,
+// or nullptr when the entry is missing or not usable.
+template <typename Form>
+Form *openThrough(QMainWindow *window, const QString &text)
+{
+    const QList<Form *> before = window->findChildren<Form *>();
+    QAction *action = menuAction(window, text);
+    if (!action || !action->isEnabled())
+        return nullptr;
+    action->trigger();
+    for (Form *form : window->findChildren<Form *>())
+        if (!before.contains(form))
+            return form;
+    return nullptr;
+}
 // Texts of the usable menu-bar actions (with usable false, the others), sorted.
 QStringList enabledActions(const QMainWindow *window, bool usable = true);
 
@@ -107,9 +122,6 @@ QStringList enabledActions(const QMainWindow *window, bool usable = true);
 QStringList logRows();
 // The header line, then one line per row, cells joined by "|".
 QStringList tableLines(const QTableWidget *table);
-
-// Processes events for up to ms milliseconds, or until done() is true.
-bool waitFor(const std::function<bool()> &done, int ms = 5000);
 
 } // namespace testSupport
 
