@@ -1,6 +1,4 @@
-// The small shared pieces in one program: the settings file's bytes, Chinese
-// numerals and amounts, column classification, registration numbers, the
-// field list, and the query helper's typed cells and block copy.
+// The small shared pieces: settings bytes, numerals, column kinds, numbers, cells.
 #include "appSettings.h"
 #include "dbTools.h"
 #include "gbText.h"

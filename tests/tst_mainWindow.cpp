@@ -1,7 +1,5 @@
-// The main window and its operators: account names both ways, the level read
-// from the server's real grants, the operator dialogs against the real server,
-// what each level may use, Enter as Tab, the operation log, the tool bar
-// setting and the help text.
+// The main window and its operators on the real server: account names, levels
+// from real grants, the operator dialogs, what each level may use, the log.
 #include "desktopFit.h"
 #include "frmLogin.h"
 #include "frmManageUser.h"

@@ -1,6 +1,5 @@
-// Browse and keyword search over the real data model: the rows and columns
-// each shows, the fee total, the comma-separated export, and opening a result
-// in the record form.
+// Browse and keyword search over the real data model: rows, columns, the fee
+// total, the export, and opening a result in the record form.
 #include "csvExport.h"
 #include "desktopFit.h"
 #include "frmRegisterLease.h"

@@ -1,7 +1,6 @@
-// The record form on the real server: fields built from the live schema,
-// loading, the buttons of each mode, the checks before a save, the save of
-// four tables and the log in one transaction, and what the operator reads
-// when the server refuses.
+// The record form on the real server: fields from the live schema, loading,
+// the buttons of each mode, the checks before a save, the save of four tables
+// and the log in one transaction, and what the operator reads on a refusal.
 #include "appSettings.h"
 #include "leaseSql.h"
 #include "recordFormDriver.h"
@@ -20,6 +19,8 @@ using namespace recordForm;
 static const QString thisYear = QString::number(QDate::currentDate().year());
 static const QString lastYear = QString::number(QDate::currentDate().year() - 1);
 static const QString numberA = QStringLiteral("000000202500012");
+// What 增加 and 修改 open for editing besides the two buttons.
+static const QStringList editable{"dateDJRQ", "dateYXQ", "dateYXZ", "spinFee", "leaseout", "leasein", "leasehouse"};
 
 // Every value the form shows but the number, as it reads on screen and in
 // form order: the three dates, the party fields, the fee.
@@ -198,13 +199,12 @@ private slots:
         QTest::addColumn<QString>("mode");
         QTest::addColumn<QStringList>("enabled");
         QTest::addColumn<QString>("status");
-        const QStringList fields = {"dateDJRQ", "dateYXQ", "dateYXZ", "spinFee", "leaseout", "leasein", "leasehouse"};
         const QStringList normal = {"增加", "打印", "linDJBH"}, shown = {"增加", "修改", "删除", "打印", "linDJBH"};
         const QString badNumber = "当前登记编号错误!";
         QTest::newRow("正常, no number") << QStringList() << "正常" << normal << "";
         QTest::newRow("正常, record shown") << QStringList({numberA}) << "正常" << shown << "";
-        QTest::newRow("增加") << QStringList({"增加"}) << "增加" << QStringList({"确定", "放弃", "linDJBH"}) + fields << "";
-        QTest::newRow("修改") << QStringList({numberA, "修改"}) << "修改" << QStringList({"确定", "放弃"}) + fields << "";
+        QTest::newRow("增加") << QStringList({"增加"}) << "增加" << QStringList({"确定", "放弃", "linDJBH"}) + editable << "";
+        QTest::newRow("修改") << QStringList({numberA, "修改"}) << "修改" << QStringList({"确定", "放弃"}) + editable << "";
         QTest::newRow("删除") << QStringList({numberA, "删除"}) << "删除" << QStringList({"确定", "放弃"}) << "";
         QTest::newRow("增加 given up") << QStringList({"增加", "放弃"}) << "正常" << normal << "";
         QTest::newRow("修改 given up") << QStringList({numberA, "修改", "放弃"}) << "正常" << shown << "";
@@ -223,9 +223,7 @@ private slots:
             step.at(0).isDigit() ? show(form, step) : click(form, step);
         QCOMPARE(form->mode(), mode);
         QStringList actual;
-        for (const QString &name : QStringList({"增加", "修改", "删除", "确定", "放弃", "打印", "linDJBH", "dateDJRQ",
-                                                "dateYXQ", "dateYXZ", "spinFee", "leaseout", "leasein", "leasehouse"}))
-        {
+        for (const QString &name : QStringList{"增加", "修改", "删除", "确定", "放弃", "打印", "linDJBH"} + editable) {
             QWidget *w = form->findChild<QWidget *>(name);
             if ((w ? w : button(form, name))->isEnabled())
                 actual << name;

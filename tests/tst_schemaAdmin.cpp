@@ -1,7 +1,5 @@
-// Field maintenance and choice-list maintenance driven through their dialogs
-// on the real server: what SHOW COLUMNS reports afterwards and what the
-// operator reads when the server refuses. That the record form and browse
-// follow a changed table is shown by tst_recordForm and tst_query.
+// Field and choice-list maintenance through their dialogs on the real server:
+// what SHOW COLUMNS reports afterwards and what the operator reads on refusal.
 #include "adminDriver.h"
 #include "frmManageSelectedItem.h"
 #include "frmSetField.h"

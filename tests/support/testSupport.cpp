@@ -165,13 +165,10 @@ void resetDatabase(bool create)
     if (!connectAsRoot())
         qFatal("cannot reach the throwaway server in %s", qPrintable(serverDir()));
     exec(QStringLiteral("DROP DATABASE IF EXISTS zelnor"));
-    QSqlQuery users;
-    users.exec(QStringLiteral("SELECT User, Host FROM mysql.user WHERE User NOT IN ('root','mariadb.sys','')"));
-    QStringList drops;
-    while (users.next())
-        drops << QStringLiteral("DROP USER '%1'@'%2'").arg(users.value(0).toString(), users.value(1).toString());
-    for (const QString &drop : drops)
-        exec(drop);
+    const QString users = scalar(QStringLiteral("SELECT GROUP_CONCAT(QUOTE(User),'@',QUOTE(Host)) FROM mysql.user "
+                                                "WHERE User NOT IN ('root','mariadb.sys','')")).toString();
+    if (!users.isEmpty())
+        exec(QStringLiteral("DROP USER ") + users);
     if (!create)
         return;
     exec(QStringLiteral("CREATE DATABASE zelnor DEFAULT CHARACTER SET utf8 COLLATE utf8_general_ci"));

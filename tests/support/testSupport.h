@@ -29,11 +29,9 @@ QString serverDir();
 QString serverScript();
 
 // The client library reads the socket and port variables once per process,
-// so a test that needs another server (or none) runs one test function in a
-// child process of the same program, with the variables set before it starts.
-// The arguments are the child's command line: one test function, or several,
-// or none for the whole program. mysqlHome is the folder whose my.cnf the
-// mysql tools read. Returns the child's exit code; *output gets what it printed.
+// so a test that needs another server (or none) runs its test functions (the
+// arguments) in a child process of the same program with the variables set.
+// mysqlHome holds the my.cnf the mysql tools read. Returns the exit code.
 int runInChild(const QStringList &arguments, const QString &socket, int port,
                const QString &mysqlHome, QString *output);
 // The same, started and left running (output channels merged); the caller
