@@ -80,8 +80,6 @@ class tst_officeDay : public QObject
     QString m_failedStep;
     int m_year = 0;
     QStringList m_log; // every row the day has written so far, in order
-    QStringList m_logAtBackup;
-    QStringList m_backedUp; // what browse showed when the backup was taken
 
     bool choose(const QString &text)
     {
@@ -121,7 +119,7 @@ class tst_officeDay : public QObject
     {
         const QString saved = form->numberEdit()->text();
         click(form, "确定");
-        QCOMPARE(takeBoxes(), QStringList());
+        QCOMPARE(m_boxes->take(), QStringList());
         QCOMPARE(m_window->statusBar()->currentMessage(), QString("数据保存OK."));
         QCOMPARE(form->mode(), QString("正常"));
         expectLog(action + saved);
@@ -136,7 +134,7 @@ class tst_officeDay : public QObject
         timer.start();
         testSupport::submitLogin(m_window.get(), name, password);
         QVERIFY2(timer.elapsed() < frmLogin::serverStartWaitMs / 2, qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(takeBoxes(), QStringList());
+        QCOMPARE(m_boxes->take(), QStringList());
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QCOMPARE(m_window->findChild<frmLogin *>() != nullptr, level.isEmpty()); // there for another try
         if (level.isEmpty())
@@ -185,20 +183,6 @@ class tst_officeDay : public QObject
             return {QStringLiteral("浏览查询 not usable")};
         form->viewButton()->click();
         return testSupport::tableLines(form->resultTable());
-    }
-
-    // The boxes shown since the last look, as "title|text", a file dialog by
-    // its title alone; a slow directory listing may have needed it answered twice.
-    QStringList takeBoxes()
-    {
-        QStringList seen;
-        for (const modalWatcher::seen &box : m_boxes->boxes) {
-            const bool file = box.className == QLatin1String("QFileDialog");
-            if (!file || seen.value(seen.size() - 1) != box.title)
-                seen << (file ? box.title : box.title + QLatin1Char('|') + box.text);
-        }
-        m_boxes->boxes.clear();
-        return seen;
     }
 
     QString number(int serial) const
@@ -273,7 +257,7 @@ private slots:
         form->nameEdit()->setText(supervisor);
         form->levelBox()->setCurrentText("主管");
         form->saveButton()->click();
-        QCOMPARE(takeBoxes(), QStringList());
+        QCOMPARE(m_boxes->take(), QStringList());
         expectLog("增加用户：" + supervisor);
         // The whole day from here on runs without root, on an account whose
         // grants make it a 主管 and whose name is hex-encoded.
@@ -293,7 +277,7 @@ private slots:
             dialog->accept();
         };
         QVERIFY(choose("默认收费金额"));
-        QCOMPARE(takeBoxes(), QStringList{"对话框|"});
+        QCOMPARE(m_boxes->take(), QStringList{"对话框|"});
         // The next registration proposes the fee set here (150, stored below).
         QCOMPARE(asked, QString("请输入默认收费金额（单位：元）　　|1-99999|120"));
 
@@ -343,7 +327,7 @@ private slots:
         widget<QDateEdit>(form, "dateYXQ")->setDate(m_window->workDate());
         widget<QDateEdit>(form, "dateYXZ")->setDate(m_window->workDate());
         click(form, "确定"); // valid for one day only is not a lease period
-        QCOMPARE(takeBoxes(), QStringList{"警告|有效期错误，请检查"});
+        QCOMPARE(m_boxes->take(), QStringList{"警告|有效期错误，请检查"});
         QCOMPARE(form->mode(), QString("增加"));
         QCOMPARE(testSupport::tableCounts(), counts(1));
         widget<QDateEdit>(form, "dateYXZ")->setDate(m_window->workDate().addDays(1));
@@ -354,7 +338,7 @@ private slots:
         QVERIFY(form);
         click(form, "确定");
         // The quote ends the value early; the operator reads the server's own words.
-        QCOMPARE(takeBoxes(),
+        QCOMPARE(m_boxes->take(),
                  QStringList{"错误|You have an error in your SQL syntax; check the manual that corresponds to your "
                              "MariaDB server version for the right syntax to use near '静',出方类别='个人',"
                              "出方证件类型='居民身份证',出方证件...' at line 1"});
@@ -391,7 +375,7 @@ private slots:
         frmRegisterLease *form = openRegistration(1);
         QVERIFY(form);
         click(form, "打印");
-        QCOMPARE(takeBoxes(), QStringList());
+        QCOMPARE(m_boxes->take(), QStringList());
         const QList<pdfText::page> pages = pdfText::read(m_dir.filePath("certificate.pdf"));
         QCOMPARE(pages.size(), 1);
         QCOMPARE(pages[0].size.toSize(), QSize(842, 595)); // A4 landscape
@@ -415,12 +399,12 @@ private slots:
         const QStringList rows{"登记编号|登记日期|收费金额|出方名称|承方名称|房屋坐落", browseLine(1), browseLine(2)};
         QCOMPARE(testSupport::tableLines(form->resultTable()), rows);
         form->sumButton()->click();
-        QCOMPARE(takeBoxes(), QStringList{"信息|当前收费金额合计：380元"});
+        QCOMPARE(m_boxes->take(), QStringList{"信息|当前收费金额合计：380元"});
 
         QTemporaryDir dir;
         m_boxes->handler = adminDriver::fileDialogAnswer(dir.path() + "/"); // the proposed name mydata.csv stays
         form->exportButton()->click();
-        QCOMPARE(takeBoxes(), QStringList{"导出数据"});
+        QCOMPARE(m_boxes->take(), QStringList{"导出数据"});
         QCOMPARE(m_window->statusBar()->currentMessage(), QString("导出数据成功."));
         QFile file(dir.filePath("mydata.csv"));
         QVERIFY(file.open(QIODevice::ReadOnly));
@@ -438,7 +422,7 @@ private slots:
         const QStringList before = adminDriver::gridColumn(fields->grid(), frmSetField::colName);
         adminDriver::fieldStep(fields, *m_boxes, "+" + deedColumn + "|varchar(30)|YES|");
         click(fields, "保存");
-        QCOMPARE(takeBoxes(), QStringList());
+        QCOMPARE(m_boxes->take(), QStringList());
         QCOMPARE(m_window->statusBar()->currentMessage(), QString("保存OK."));
         QCOMPARE(adminDriver::gridColumn(fields->grid(), frmSetField::colName), before + QStringList{deedColumn});
         expectLog("维护数据字段");
@@ -454,7 +438,7 @@ private slots:
         items->fieldBox()->setCurrentText("房屋用途");
         adminDriver::choiceStep(items, "+商铺");
         click(items, "保存");
-        QCOMPARE(takeBoxes(), QStringList());
+        QCOMPARE(m_boxes->take(), QStringList());
         QCOMPARE(m_window->statusBar()->currentMessage(), QString("保存OK"));
 
         record = startAdding(4, "吴刚", "郑敏", "中山路66号");
@@ -468,36 +452,36 @@ private slots:
 
     void backupClearRestore()
     {
-        m_backedUp = browsed();
-        QCOMPARE(m_backedUp.mid(1), (QStringList{browseLine(1), browseLine(2), browseLine(3), browseLine(4)}));
+        const QStringList backedUp = browsed();
+        QCOMPARE(backedUp.mid(1), (QStringList{browseLine(1), browseLine(2), browseLine(3), browseLine(4)}));
         m_boxes->handler = adminDriver::fileDialogAnswer(m_dir.filePath("zelnor-day.sda"));
         QVERIFY(choose("备份业务数据"));
-        QCOMPARE(takeBoxes(), QStringList{"备份业务数据"});
+        QCOMPARE(m_boxes->take(), QStringList{"备份业务数据"});
         QCOMPARE(m_window->statusBar()->currentMessage(), QString(" 信息：数据备份完成！"));
-        m_logAtBackup = m_log;
+        const QStringList logAtBackup = m_log;
 
         auto *clear = open<frmClearData>("清理业务数据");
         QVERIFY(clear);
         clear->dateEdit()->setDate(m_window->workDate().addDays(1)); // everything registered before it
         clear->yesButton()->click();
-        QCOMPARE(takeBoxes(), QStringList());
+        QCOMPARE(m_boxes->take(), QStringList());
         QCOMPARE(m_window->statusBar()->currentMessage(), QString("数据清理OK"));
         expectLog("清理" + day(1) + "之前业务数据");
         QCOMPARE(testSupport::tableCounts(), counts(0));
-        QCOMPARE(browsed(), m_backedUp.mid(0, 1)); // the header alone
+        QCOMPARE(browsed(), backedUp.mid(0, 1)); // the header alone
 
         m_boxes->handler = adminDriver::fileDialogAnswer(m_dir.filePath("zelnor-day.sda"));
         QVERIFY(choose("恢复业务数据"));
-        QCOMPARE(takeBoxes(), QStringList{"打开备份数据文件："});
+        QCOMPARE(m_boxes->take(), QStringList{"打开备份数据文件："});
         QCOMPARE(m_window->statusBar()->currentMessage(), QString(" 信息：数据恢复完成，请重新登录！"));
-        QCOMPARE(browsed(), m_backedUp);
+        QCOMPARE(browsed(), backedUp);
         // The new column and its value, and the new choice, are back too.
         frmRegisterLease *form = openRegistration(3);
         QVERIFY(form);
         QCOMPARE(shown(form, "line" + deedColumn + "："), deedNumber);
         QCOMPARE(stored(4, "房屋用途"), QString("商铺"));
         // The log is part of the business data: the clearing's row went with it.
-        m_log = m_logAtBackup;
+        m_log = logAtBackup;
         expectLog("恢复数据");
         QCOMPARE(testSupport::logRows(), m_log);
         QCOMPARE(testSupport::tableCounts(), counts(4));
@@ -513,7 +497,7 @@ private slots:
         emit form->newPasswordEdit()->editingFinished();
         form->confirmEdit()->setText("day-one");
         form->yesButton()->click();
-        QCOMPARE(takeBoxes(), QStringList());
+        QCOMPARE(m_boxes->take(), QStringList());
         QCOMPARE(m_window->statusBar()->currentMessage(), QString(" 密码修改成功！"));
         QVERIFY(!form->yesButton()->isEnabled());
 
@@ -543,7 +527,7 @@ private slots:
         }, 2000));
 
         exitProgram(false);
-        QCOMPARE(takeBoxes(), QStringList());
+        QCOMPARE(m_boxes->take(), QStringList());
         // The program has ended; its row is read with the server started again by hand.
         m_window.reset();
         QCOMPARE(QProcess::execute(testSupport::serverScript(), {"start", m_server}), 0);

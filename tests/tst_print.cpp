@@ -263,8 +263,7 @@ private slots:
         // Each print item finds its registration through the keys.
         QCOMPARE(scanned() - before, 0);
         QCOMPARE(printed, !paper.isEmpty());
-        QCOMPARE(watcher.boxes.size(), message.isEmpty() ? 0 : 1);
-        QCOMPARE(watcher.lastTitle() + watcher.lastText(), message.isEmpty() ? QString() : "错误" + message);
+        QCOMPARE(watcher.take(), message.isEmpty() ? QStringList() : QStringList{"错误|" + message});
         QCOMPARE(pages.size(), printed ? 1 : 0);
         for (const pdfText::page &page : pages) {
             QCOMPARE(page.size.toSize(), paper);

@@ -315,6 +315,18 @@ modalWatcher::modalWatcher(QMessageBox::StandardButton answer)
     m_timer.start(20);
 }
 
+QStringList modalWatcher::take()
+{
+    QStringList texts;
+    for (const seen &box : boxes) {
+        const bool file = box.className == QLatin1String("QFileDialog");
+        if (!file || texts.value(texts.size() - 1) != box.title)
+            texts << (file ? box.title : box.title + QLatin1Char('|') + box.text);
+    }
+    boxes.clear();
+    return texts;
+}
+
 void modalWatcher::poll()
 {
     QWidget *modal = QApplication::activeModalWidget();

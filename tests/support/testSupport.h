@@ -145,6 +145,9 @@ public:
 
     QString lastText() const { return boxes.isEmpty() ? QString() : boxes.last().text; }
     QString lastTitle() const { return boxes.isEmpty() ? QString() : boxes.last().title; }
+    // The boxes seen since the last call, as "title|text", a file dialog by
+    // its title alone; a slow directory listing may have needed it answered twice.
+    QStringList take();
 
 private slots:
     void poll();
