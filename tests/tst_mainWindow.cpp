@@ -1,7 +1,5 @@
-// The main window and its operators: account names both ways, the level read
-// from the server's real grants, the operator dialogs against the real server,
-// what each level may use, Enter as Tab, the operation log, the tool bar
-// setting and the help text.
+// The main window and its operators on the real server: account names, levels
+// from real grants, the operator dialogs, what each level may use, the log.
 #include "desktopFit.h"
 #include "frmLogin.h"
 #include "frmManageUser.h"
@@ -14,13 +12,7 @@
 #include <QtTest>
 #include <QtWidgets>
 
-// Opens a form through its menu action, as the operator would.
-template <typename Form>
-static Form *openThrough(mainWindow *window, const QString &action)
-{
-    testSupport::menuAction(window, action)->trigger();
-    return window->findChildren<Form *>().last();
-}
+using testSupport::openThrough;
 
 static QStringList listLines(frmManageUser *form)
 {
@@ -207,10 +199,10 @@ private slots:
         QCOMPARE(form->size().expandedTo(form->minimumSizeHint()), form->size()); // opened before the window had a size
         form->serverEdit()->setFocus();
         QTest::keyClick(form->serverEdit(), Qt::Key_Return);
-        QVERIFY(testSupport::waitFor([&] { return form->nameBox()->hasFocus() || form->nameBox()->lineEdit()->hasFocus(); }));
+        QVERIFY(QTest::qWaitFor([&] { return form->nameBox()->hasFocus() || form->nameBox()->lineEdit()->hasFocus(); }));
         form->passwordEdit()->setFocus();
         QTest::keyClick(form->passwordEdit(), Qt::Key_Enter);
-        QVERIFY(testSupport::waitFor([&] { return form->loginButton()->hasFocus(); }));
+        QVERIFY(QTest::qWaitFor([&] { return form->loginButton()->hasFocus(); }));
         QCOMPARE(window.level(), 10); // Enter moved on; it did not log in
     }
 

@@ -1,7 +1,5 @@
-// Field maintenance and choice-list maintenance driven through their dialogs
-// on the real server: what SHOW COLUMNS reports afterwards and what the
-// operator reads when the server refuses. That the record form and browse
-// follow a changed table is shown by tst_recordForm and tst_query.
+// Field and choice-list maintenance through their dialogs on the real server:
+// what SHOW COLUMNS reports afterwards and what the operator reads on refusal.
 #include "adminDriver.h"
 #include "frmManageSelectedItem.h"
 #include "frmSetField.h"
@@ -47,17 +45,12 @@ static QSet<QString> lessorValues()
 }
 
 using adminDriver::gridColumn;
+using testSupport::openThrough;
 
 class tst_schemaAdmin : public QObject
 {
     Q_OBJECT
     std::unique_ptr<mainWindow> m_window;
-
-    template <typename T> T *openThrough(const QString &actionText)
-    {
-        testSupport::menuAction(m_window.get(), actionText)->trigger();
-        return m_window->findChildren<T *>().last();
-    }
 
 private slots:
     void initTestCase() { testSupport::initApplication(); }
@@ -78,7 +71,7 @@ private slots:
         const QString here = QDir::currentPath();
         QTemporaryDir empty;
         QDir::setCurrent(empty.path());
-        auto *form = openThrough<frmSetField>("数据字段维护");
+        auto *form = openThrough<frmSetField>(m_window.get(), "数据字段维护");
         QDir::setCurrent(here);
         QCOMPARE(m_window->statusBar()->currentMessage(), QString("打开文件“fieldtype.txt”失败。"));
         QCOMPARE(form->typePane()->toPlainText(), QString());
@@ -100,7 +93,7 @@ private slots:
             }
         }
         QCOMPARE(locked.join(','), QString("登记编号,出方名称,出方电话,登记编号,承方名称,承方电话,登记编号,房屋坐落"));
-        QVERIFY(openThrough<frmSetField>("数据字段维护")->typePane()->toPlainText().startsWith("常用字段类型参考\n"));
+        QVERIFY(openThrough<frmSetField>(m_window.get(), "数据字段维护")->typePane()->toPlainText().startsWith("常用字段类型参考\n"));
     }
 
     void fieldSave_data()
@@ -143,7 +136,7 @@ private slots:
         QFETCH(QStringList, detail);
         QFETCH(QString, boxes);
         const QSet<QString> before = lessorValues();
-        auto *form = openThrough<frmSetField>("数据字段维护");
+        auto *form = openThrough<frmSetField>(m_window.get(), "数据字段维护");
         modalWatcher watcher(QMessageBox::Yes);
         for (const QString &step : steps)
             adminDriver::fieldStep(form, watcher, step);
@@ -203,7 +196,7 @@ private slots:
         QFETCH(QStringList, steps);
         QFETCH(QString, type);
         QFETCH(QString, box);
-        auto *form = openThrough<frmManageSelectedItem>("选择项目维护");
+        auto *form = openThrough<frmManageSelectedItem>(m_window.get(), "选择项目维护");
         QStringList entries;
         for (int i = 0; i < form->fieldBox()->count(); ++i)
             entries << form->fieldBox()->itemText(i) + "/" + form->fieldBox()->itemData(i).toString();

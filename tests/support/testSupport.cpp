@@ -12,7 +12,6 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
 #include <QMenu>
@@ -166,13 +165,10 @@ void resetDatabase(bool create)
     if (!connectAsRoot())
         qFatal("cannot reach the throwaway server in %s", qPrintable(serverDir()));
     exec(QStringLiteral("DROP DATABASE IF EXISTS zelnor"));
-    QSqlQuery users;
-    users.exec(QStringLiteral("SELECT User, Host FROM mysql.user WHERE User NOT IN ('root','mariadb.sys','')"));
-    QStringList drops;
-    while (users.next())
-        drops << QStringLiteral("DROP USER '%1'@'%2'").arg(users.value(0).toString(), users.value(1).toString());
-    for (const QString &drop : drops)
-        exec(drop);
+    const QString users = scalar(QStringLiteral("SELECT GROUP_CONCAT(QUOTE(User),'@',QUOTE(Host)) FROM mysql.user "
+                                                "WHERE User NOT IN ('root','mariadb.sys','')")).toString();
+    if (!users.isEmpty())
+        exec(QStringLiteral("DROP USER ") + users);
     if (!create)
         return;
     exec(QStringLiteral("CREATE DATABASE zelnor DEFAULT CHARACTER SET utf8 COLLATE utf8_general_ci"));
@@ -310,18 +306,6 @@ QStringList tableLines(const QTableWidget *table)
     return lines;
 }
 
-bool waitFor(const std::function<bool()> &done, int ms)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done()) {
-        if (timer.elapsed() > ms)
-            return false;
-        QTest::qWait(10);
-    }
-    return true;
-}
-
 } // namespace testSupport
 
 modalWatcher::modalWatcher(QMessageBox::StandardButton answer)
@@ -329,6 +313,18 @@ modalWatcher::modalWatcher(QMessageBox::StandardButton answer)
 {
     connect(&m_timer, &QTimer::timeout, this, &modalWatcher::poll);
     m_timer.start(20);
+}
+
+QStringList modalWatcher::take()
+{
+    QStringList texts;
+    for (const seen &box : boxes) {
+        const bool file = box.className == QLatin1String("QFileDialog");
+        if (!file || texts.value(texts.size() - 1) != box.title)
+            texts << (file ? box.title : box.title + QLatin1Char('|') + box.text);
+    }
+    boxes.clear();
+    return texts;
 }
 
 void modalWatcher::poll()

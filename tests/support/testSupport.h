@@ -1,7 +1,9 @@
 #ifndef TESTSUPPORT_H
 #define TESTSUPPORT_H
 
+#include <QAction>
 #include <QList>
+#include <QMainWindow>
 #include <QMessageBox>
 #include <QObject>
 #include <QSqlDatabase>
@@ -10,8 +12,6 @@
 #include <QVariant>
 #include <functional>
 
-class QAction;
-class QMainWindow;
 class QTableWidget;
 class mainWindow;
 class QProcess;
@@ -29,11 +29,9 @@ QString serverDir();
 QString serverScript();
 
 // The client library reads the socket and port variables once per process,
-// so a test that needs another server (or none) runs one test function in a
-// child process of the same program, with the variables set before it starts.
-// The arguments are the child's command line: one test function, or several,
-// or none for the whole program. mysqlHome is the folder whose my.cnf the
-// mysql tools read. Returns the child's exit code; *output gets what it printed.
+// so a test that needs another server (or none) runs its test functions (the
+// arguments) in a child process of the same program with the variables set.
+// mysqlHome holds the my.cnf the mysql tools read. Returns the exit code.
 int runInChild(const QStringList &arguments, const QString &socket, int port,
                const QString &mysqlHome, QString *output);
 // The same, started and left running (output channels merged); the caller
@@ -100,6 +98,21 @@ void submitLogin(mainWindow *window, const QString &name, const QString &passwor
 
 // The menu-bar action with exactly this text, or nullptr.
 QAction *menuAction(const QMainWindow *window, const QString &text);
+// Chooses that entry as an operator does; the form of that type it opened,
+// or nullptr when the entry is missing or not usable.
+template <typename Form>
+Form *openThrough(QMainWindow *window, const QString &text)
+{
+    const QList<Form *> before = window->findChildren<Form *>();
+    QAction *action = menuAction(window, text);
+    if (!action || !action->isEnabled())
+        return nullptr;
+    action->trigger();
+    for (Form *form : window->findChildren<Form *>())
+        if (!before.contains(form))
+            return form;
+    return nullptr;
+}
 // Texts of the usable menu-bar actions (with usable false, the others), sorted.
 QStringList enabledActions(const QMainWindow *window, bool usable = true);
 
@@ -107,9 +120,6 @@ QStringList enabledActions(const QMainWindow *window, bool usable = true);
 QStringList logRows();
 // The header line, then one line per row, cells joined by "|".
 QStringList tableLines(const QTableWidget *table);
-
-// Processes events for up to ms milliseconds, or until done() is true.
-bool waitFor(const std::function<bool()> &done, int ms = 5000);
 
 } // namespace testSupport
 
@@ -135,6 +145,9 @@ public:
 
     QString lastText() const { return boxes.isEmpty() ? QString() : boxes.last().text; }
     QString lastTitle() const { return boxes.isEmpty() ? QString() : boxes.last().title; }
+    // The boxes seen since the last call, as "title|text", a file dialog by
+    // its title alone; a slow directory listing may have needed it answered twice.
+    QStringList take();
 
 private slots:
     void poll();
