@@ -97,13 +97,14 @@ QString leaseQuery::search(const QString &keyword, const QDate &from, const QDat
     // the plain join gives for every number of the program's shape (region,
     // year, five-digit serial), which joinedViewOf() relies on as well.
     const bool wholeTables = from.daysTo(to) > 366;
+    const QString ranges = wholeTables ? QString() : candidateRanges(from, to);
     QStringList parts;
     for (const keywordTerm &t : terms) {
         const QString table = QString::fromUtf8(t.table);
         parts << QStringLiteral("SELECT 登记编号 FROM ")
                 + (wholeTables ? table
-                               : candidateRanges(from, to) + QStringLiteral(" STRAIGHT_JOIN ") + table
-                           + QStringLiteral(" ON ") + table + QStringLiteral(".登记编号 BETWEEN r.lo AND r.hi"))
+                               : ranges + QStringLiteral(" STRAIGHT_JOIN ") + table + QStringLiteral(" ON ") + table
+                           + QStringLiteral(".登记编号 BETWEEN r.lo AND r.hi"))
                 + QStringLiteral(" WHERE ") + t.condition;
     }
     const QString hits = QLatin1Char('(') + parts.join(QStringLiteral(" UNION ")) + QStringLiteral(") hit");
