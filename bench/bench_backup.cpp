@@ -9,6 +9,7 @@
 // registrations. The backup files go to a temporary folder that is removed
 // at the end.
 #include "dataBackup.h"
+#include "myDatabase.h"
 #include "leaseGenerator.h"
 #include "benchServer.h"
 #include "testSupport.h"
@@ -59,7 +60,7 @@ int main(int argc, char **argv)
     }
     std::printf("%s %d registrations in %.2f s\n", reuse ? "kept" : "loaded", total, seconds(timer));
 
-    const QSqlDatabase db = QSqlDatabase::database();
+    const myDatabase::account db = myDatabase().credentials();
     const QString before = checksums();
     QTemporaryDir dir;
     bool allGood = true;
@@ -73,7 +74,7 @@ int main(int argc, char **argv)
                     QFileInfo(path).size(), saved ? "" : "  FAILED: ", qPrintable(problem));
 
         // Something for the restore to undo.
-        QSqlQuery(db).exec(QStringLiteral("DELETE FROM lease WHERE 编号 % 2 = 0"));
+        myDatabase().exec(QStringLiteral("DELETE FROM lease WHERE 编号 % 2 = 0"));
         timer.restart();
         const bool restored = dataBackup::restore(db, path, &problem);
         const double restoreSeconds = seconds(timer);

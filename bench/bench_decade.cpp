@@ -18,6 +18,7 @@
 #include "leaseQuery.h"
 #include "leaseSql.h"
 #include "mainWindow.h"
+#include "myDatabase.h"
 #include "objPrint.h"
 #include "printLayout.h"
 #include "../tests/recordFormDriver.h"
@@ -367,7 +368,7 @@ void measure(int stage, int runs, int year)
     {
         saveCertificate();
         QTemporaryDir scratch;
-        printLayout::setPdfOutputForTests(scratch.filePath(QStringLiteral("page.pdf")));
+        objPrint::setPdfOutputForTests(scratch.filePath(QStringLiteral("page.pdf")));
         const printLayout layout = printLayout::load();
         const QString number = QStringLiteral("370102") + QString::number(year * 100000 + 31415);
         // The floor is the same page made by the server and a minimal Qt
@@ -405,12 +406,12 @@ void measure(int stage, int runs, int year)
                 floor.push_back(double(timer.nsecsElapsed()) / 1e6);
             }, [&] {
                 program.push_back(timed([&] {
-                    objPrint job;
+                    objPrint job{myDatabase()};
                     job.setPrintNumber(number);
                     job.printRecord();
                 }));
             });
-        printLayout::setPdfOutputForTests(QString());
+        objPrint::setPdfOutputForTests(QString());
         record(QStringLiteral("print one certificate (20 items)"), stage, median(program), median(floor), 1);
         record(QStringLiteral("  (its 20 statements alone, server)"), stage, median(statements),
                median(statements), 1);

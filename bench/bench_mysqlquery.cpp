@@ -56,7 +56,7 @@ static double timeHelper(int rows)
 {
     QTableWidget table;
     table.show();
-    mySqlQuery helper;
+    mySqlQuery helper{myDatabase()};
     helper.setStatement(QStringLiteral("SELECT %1 FROM seq WHERE n<=%2 ORDER BY n DESC").arg(columns).arg(rows));
     QElapsedTimer t;
     t.start();

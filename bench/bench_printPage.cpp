@@ -8,6 +8,7 @@
 // (on a server of its own in /tmp/zelnor-bench-printPage)
 #include "frmSetPrintItem.h"
 #include "mainWindow.h"
+#include "myDatabase.h"
 #include "objPrint.h"
 #include "printLayout.h"
 #include "benchServer.h"
@@ -83,13 +84,13 @@ int main(int argc, char **argv)
     testSupport::insertLease(row);
 
     certificate(14).save();
-    printLayout::setPdfOutputForTests(out + QStringLiteral("/page.pdf"));
+    objPrint::setPdfOutputForTests(out + QStringLiteral("/page.pdf"));
 
     const int runs = 20;
     QElapsedTimer timer;
     timer.start();
     for (int i = 0; i < runs; ++i) {
-        objPrint job;
+        objPrint job{myDatabase()};
         job.setPrintNumber(row.number);
         job.printRecord();
     }

@@ -5,6 +5,7 @@
 //   build/bench/bench_registerStatements
 // (on a server of its own in /tmp/zelnor-bench-registerStatements)
 #include "../tests/recordFormDriver.h"
+#include "myDatabase.h"
 #include "myTools.h"
 #include "benchServer.h"
 #include "testSupport.h"
@@ -28,10 +29,9 @@ static qlonglong questions()
 
 static int fieldCount()
 {
-    const myTools tools;
     int fields = 0;
     for (const char *table : {"leaseout", "leasein", "leasehouse"})
-        for (const columnInfo &c : tools.showColumns(QString::fromLatin1(table)))
+        for (const columnInfo &c : myTools::showColumns(myDatabase(), QString::fromLatin1(table)))
             fields += c.field != QStringLiteral("登记编号") && myTools::kindOf(c.type) != columnKind::None;
     return fields;
 }

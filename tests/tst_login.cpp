@@ -138,7 +138,7 @@ private slots:
             QVERIFY(!branch.findChild<frmLogin *>()->serverEdit()->isVisible());
             testSupport::submitLogin(&branch, "root", "", QString());
             QCOMPARE(branch.level(), 0);
-            QCOMPARE(branch.connection().hostName(), QString("127.0.0.1"));
+            QCOMPARE(branch.database().hostName(), QString("127.0.0.1"));
             QVERIFY(!branch.serverProcess());
         }
         QVERIFY2(m_boxes->boxes.isEmpty(), qPrintable(m_boxes->lastText()));

@@ -89,7 +89,7 @@ private slots:
         const QString account = myTools::accountName("王五");
         QVERIFY(testSupport::exec(QString("CREATE USER '%1'@'%' IDENTIFIED BY 'x'").arg(account)));
         QVERIFY(testSupport::exec(grant.arg(QString("'%1'@'%'").arg(account))));
-        QTEST(myTools().operatorLevel(account, "zelnor"), "level");
+        QTEST(myTools::operatorLevel(myDatabase(), account, "zelnor"), "level");
     }
 
     void operatorLifeCycle_data()
@@ -160,7 +160,7 @@ private slots:
             pwd->confirmEdit()->setText("n3w-pw");
             pwd->yesButton()->click();
             QCOMPARE(m_boxes->boxes.size(), 1);
-            QCOMPARE(window->connection().password(), QString("n3w-pw"));
+            QCOMPARE(window->database().password(), QString("n3w-pw"));
             if (level > 1) { // no grant option: the server refuses, nothing is added
                 auto *form = new frmManageUser(window.get());
                 window->openForm(form);

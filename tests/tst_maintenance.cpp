@@ -5,6 +5,7 @@
 #include "frmClearData.h"
 #include "frmSetBackground.h"
 #include "mainWindow.h"
+#include "myDatabase.h"
 #include "testSupport.h"
 
 #include <QSqlQuery>
@@ -168,15 +169,13 @@ private slots:
         QFETCH(QString, password);
         QFETCH(QByteArray, script);
         QFETCH(QString, expected);
-        QSqlDatabase db = QSqlDatabase::cloneDatabase(QSqlDatabase::database(), "tool");
+        myDatabase::account db = myDatabase().credentials();
         if (!password.isNull())
-            db.setPassword(password);
+            db.password = password;
         const QString path = m_dir.filePath("tool.sql");
         QVERIFY(writeFile(path, script));
         QString problem;
         QVERIFY(!(script.isEmpty() ? dataBackup::backup(db, path, &problem) : dataBackup::restore(db, path, &problem)));
-        db = QSqlDatabase();
-        QSqlDatabase::removeDatabase("tool");
         QVERIFY2(QRegExp(expected, Qt::CaseSensitive, QRegExp::Wildcard).exactMatch(problem), qPrintable(problem));
     }
 

@@ -15,6 +15,7 @@
 #include "frmViewLease.h"
 #include "myTableView.h"
 #include "myTools.h"
+#include "objPrint.h"
 #include "pdfText.h"
 #include "recordFormDriver.h"
 #include "testSupport.h"
@@ -215,7 +216,7 @@ private slots:
         settings->setValue("Server/AutoStart", true);
         settings->setValue("Server/AutoStop", true);
         settings->setValue("Server/BinDir", QString("\"%1\" run \"%2\"").arg(testSupport::serverScript(), m_server));
-        printLayout::setPdfOutputForTests(m_dir.filePath("certificate.pdf"));
+        objPrint::setPdfOutputForTests(m_dir.filePath("certificate.pdf"));
     }
 
     void init()
@@ -263,7 +264,7 @@ private slots:
         // grants make it a 主管 and whose name is hex-encoded.
         exitProgram(true);
         login(supervisor, initialPassword, "主管");
-        QCOMPARE(m_window->connection().userName(), myTools::accountName(supervisor));
+        QCOMPARE(m_window->database().userName(), myTools::accountName(supervisor));
     }
 
     void defaultFeeAndPrintLayoutAreSet()

@@ -94,7 +94,7 @@ class tst_print : public QObject
 
     QList<pdfText::page> printNumber(const QString &number, bool &printed)
     {
-        objPrint job;
+        objPrint job{myDatabase()};
         job.setPrintNumber(number);
         printed = job.printRecord();
         return QFile::exists(m_pdf) ? pdfText::read(m_pdf) : QList<pdfText::page>();
@@ -118,13 +118,13 @@ private slots:
         testSupport::insertLease({numberB, "2026-03-02", 1505, "张三丰", "13800001111", "李四", "", "解放路1号"});
         m_pdf = m_dir.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".pdf");
         QFile::remove(m_pdf);
-        printLayout::setPdfOutputForTests(m_pdf);
+        objPrint::setPdfOutputForTests(m_pdf);
         m_window.reset(new mainWindow);
     }
 
     void cleanup()
     {
-        printLayout::setPdfOutputForTests(QString());
+        objPrint::setPdfOutputForTests(QString());
         m_window.reset();
     }
 
@@ -239,7 +239,7 @@ private slots:
         if (!toPdf && !QPrinterInfo::availablePrinterNames().isEmpty())
             QSKIP("this machine has a printer; the no-printer path cannot be reached");
         if (!toPdf)
-            printLayout::setPdfOutputForTests(QString());
+            objPrint::setPdfOutputForTests(QString());
         if (!items.isEmpty()) {
             QFETCH(QString, page);
             storeLayout(items, page);

@@ -306,7 +306,7 @@ private slots:
                 .arg(count).arg(offset);
         };
         QTableWidget table;
-        mySqlQuery helper;
+        mySqlQuery helper{myDatabase()};
         helper.setStatement(statement(kept, 100000));
         helper.fillTable(&table);
         QCOMPARE(table.rowCount(), kept);

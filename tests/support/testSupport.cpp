@@ -1,7 +1,8 @@
 #include "testSupport.h"
 
 #include "appSettings.h"
-#include "dbTools.h"
+#include "myDatabase.h"
+#include "mysqlTools.h"
 #include "frmLogin.h"
 #include "mainWindow.h"
 #include "myTools.h"
@@ -118,18 +119,11 @@ void removeSettingsFile() { QFile::remove(settingsPath()); }
 
 bool connectAsRoot(const QString &database)
 {
-    {
-        QSqlDatabase old = QSqlDatabase::database(QLatin1String(QSqlDatabase::defaultConnection), false);
-        if (old.isValid())
-            old.close();
-    }
-    QSqlDatabase::removeDatabase(QLatin1String(QSqlDatabase::defaultConnection));
-    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QMYSQL"));
-    db.setHostName(QStringLiteral("localhost"));
-    db.setUserName(QStringLiteral("root"));
-    db.setDatabaseName(database);
-    if (!db.open()) {
-        qWarning("connectAsRoot: %s", qPrintable(db.lastError().text()));
+    myDatabase db;
+    db.setAccount({QStringLiteral("localhost"), QStringLiteral("root"), QString(), database});
+    QSqlError error;
+    if (!db.open(&error)) {
+        qWarning("connectAsRoot: %s", qPrintable(error.text()));
         return false;
     }
     return true;
@@ -172,10 +166,10 @@ void resetDatabase(bool create)
     if (!create)
         return;
     exec(QStringLiteral("CREATE DATABASE zelnor DEFAULT CHARACTER SET utf8 COLLATE utf8_general_ci"));
-    QSqlDatabase db = QSqlDatabase::database();
-    db.setDatabaseName(QStringLiteral("zelnor"));
+    myDatabase::account root = myDatabase().credentials();
+    root.database = QStringLiteral("zelnor");
     QString problem;
-    if (!dbTools::runScript(db, QStringLiteral(ZELNOR_BINARY_DIR "/datamodel.sql"), &problem))
+    if (!mysqlTools::runScript(root, QStringLiteral(ZELNOR_BINARY_DIR "/datamodel.sql"), &problem))
         qFatal("datamodel.sql failed: %s", qPrintable(problem));
     connectAsRoot(QStringLiteral("zelnor"));
 }

@@ -12,6 +12,8 @@
 #include <QVariant>
 #include <functional>
 
+#include "reporter.h"
+
 class QTableWidget;
 class mainWindow;
 class QProcess;
@@ -122,6 +124,27 @@ QStringList logRows();
 QStringList tableLines(const QTableWidget *table);
 
 } // namespace testSupport
+
+// Takes the core's reports while it lives (the one installed before comes
+// back afterwards) and keeps them as "title|text".
+class recordingReporter : public reporter
+{
+public:
+    recordingReporter() : m_previous(reporter::installed()) { reporter::install(this); }
+    ~recordingReporter() override { reporter::install(m_previous); }
+    void report(kind, const QString &title, const QString &text) override { m_seen << title + QLatin1Char('|') + text; }
+    // What was reported since the last call.
+    QStringList take()
+    {
+        QStringList seen;
+        seen.swap(m_seen);
+        return seen;
+    }
+
+private:
+    reporter *m_previous;
+    QStringList m_seen;
+};
 
 // Answers modal boxes (QMessageBox, input and file dialogs) so a test never
 // hangs, and records what the user would have seen.

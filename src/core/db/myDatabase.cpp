@@ -1,0 +1,157 @@
+#include "myDatabase.h"
+
+#include "operationLog.h"
+#include "reporter.h"
+
+#include <QObject>
+
+namespace {
+const QString driver = QStringLiteral("QMYSQL");
+} // namespace
+
+myDatabase::myDatabase(const QString &connectionName)
+    : m_name(connectionName)
+{
+}
+
+QSqlDatabase myDatabase::connection() const { return QSqlDatabase::database(m_name, false); }
+
+void myDatabase::setAccount(const account &a)
+{
+    {
+        QSqlDatabase old = connection();
+        if (old.isValid())
+            old.close();
+    }
+    QSqlDatabase::removeDatabase(m_name);
+    QSqlDatabase db = QSqlDatabase::addDatabase(driver, m_name);
+    db.setHostName(a.host);
+    db.setUserName(a.user);
+    db.setPassword(a.password);
+    db.setDatabaseName(a.database);
+}
+
+myDatabase::account myDatabase::credentials() const
+{
+    const QSqlDatabase db = connection();
+    return {db.hostName(), db.userName(), db.password(), db.databaseName()};
+}
+
+QString myDatabase::userName() const { return connection().userName(); }
+QString myDatabase::hostName() const { return connection().hostName(); }
+QString myDatabase::password() const { return connection().password(); }
+QString myDatabase::databaseName() const { return connection().databaseName(); }
+
+void myDatabase::setPassword(const QString &password)
+{
+    QSqlDatabase db = connection();
+    db.setPassword(password);
+}
+
+void myDatabase::setDatabaseName(const QString &name)
+{
+    QSqlDatabase db = connection();
+    db.setDatabaseName(name);
+}
+
+bool myDatabase::open(QSqlError *error)
+{
+    QSqlDatabase db = connection();
+    if (db.open())
+        return true;
+    if (error)
+        *error = db.lastError();
+    return false;
+}
+
+bool myDatabase::reopen()
+{
+    QSqlError error;
+    if (open(&error))
+        return true;
+    reporter::critical(QObject::tr("Database Error"), error.text());
+    return false;
+}
+
+bool myDatabase::isOpen() const { return connection().isOpen(); }
+
+void myDatabase::close()
+{
+    QSqlDatabase db = connection();
+    db.close();
+}
+
+bool myDatabase::serverAnswers() const
+{
+    const QString probeName = m_name + QStringLiteral("-probe");
+    bool answered = false;
+    {
+        const account a = credentials();
+        QSqlDatabase probe = QSqlDatabase::addDatabase(driver, probeName);
+        probe.setHostName(a.host);
+        probe.setDatabaseName(a.database);
+        probe.setUserName(a.user);
+        probe.setPassword(a.password);
+        // On Linux the client says 2002 both for a missing socket and for a
+        // TCP host with nothing listening; 2003 is the same on other systems.
+        const QString code = probe.open() ? QString() : probe.lastError().nativeErrorCode();
+        answered = code != QLatin1String("2002") && code != QLatin1String("2003");
+        probe.close();
+    }
+    QSqlDatabase::removeDatabase(probeName);
+    return answered;
+}
+
+QSqlQuery myDatabase::query() const { return QSqlQuery(connection()); }
+
+QSqlDatabase myDatabase::handle() const { return connection(); }
+
+bool myDatabase::exec(const QString &sql, QSqlError *error) const
+{
+    QSqlQuery q = query();
+    if (q.exec(sql))
+        return true;
+    if (error)
+        *error = q.lastError();
+    return false;
+}
+
+QVariant myDatabase::scalar(const QString &sql) const
+{
+    QSqlQuery q = query();
+    if (q.exec(sql) && q.next())
+        return q.value(0);
+    return QVariant();
+}
+
+bool myDatabase::runInTransaction(const QStringList &statements, QSqlError *error)
+{
+    QSqlDatabase db = connection();
+    if (!db.transaction()) {
+        *error = db.lastError();
+        return false;
+    }
+    QSqlError failure;
+    for (const QString &sql : statements) {
+        QSqlQuery q(db);
+        if (!q.exec(sql))
+            failure = q.lastError();
+    }
+    if (failure.type() == QSqlError::NoError) {
+        if (db.commit())
+            return true;
+        failure = db.lastError();
+    }
+    db.rollback();
+    *error = failure;
+    return false;
+}
+
+QDate myDatabase::serverDate() const { return scalar(QStringLiteral("SELECT CURDATE();")).toDate(); }
+
+QString myDatabase::serverVersion() const { return scalar(QStringLiteral("SELECT VERSION();")).toString(); }
+
+void myDatabase::writeLog(const QString &operatorName, const QString &description) const
+{
+    exec(operationLog::insertSql(operatorName, description));
+}

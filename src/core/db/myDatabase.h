@@ -1,0 +1,89 @@
+#ifndef MYDATABASE_H
+#define MYDATABASE_H
+
+#include <QDate>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+// The one owner of the program's database connection. Forms and helpers
+// reach the database only through it: it opens the connection for the
+// login, reopens it, sets up each session, runs multi-statement saves as
+// one transaction, and writes the log. Holding no QSqlDatabase handle of
+// its own, it can be copied freely; every copy works on the same named
+// connection (Qt's default one unless a name is given).
+class myDatabase
+{
+public:
+    // What a connection is opened with; also what the mysql tools are given.
+    struct account {
+        QString host;
+        QString user;
+        QString password;
+        QString database;
+    };
+
+    explicit myDatabase(const QString &connectionName = QLatin1String(QSqlDatabase::defaultConnection));
+    QString connectionName() const { return m_name; }
+
+    // Registers a fresh connection with these credentials, dropping any
+    // earlier one, so a failed login leaves nothing half open. Not opened yet.
+    void setAccount(const account &a);
+    account credentials() const;
+    QString userName() const;
+    QString hostName() const;
+    QString password() const;
+    QString databaseName() const;
+    // Both take effect at the next open.
+    void setPassword(const QString &password);
+    void setDatabaseName(const QString &name);
+
+    // Opens with the credentials held; false with *error set on failure.
+    bool open(QSqlError *error = nullptr);
+    // The same, telling the operator of a failure in the "Database Error" box.
+    bool reopen();
+    bool isOpen() const;
+    void close();
+    // Whether any server answers for these credentials, a refusal of the
+    // account included (the server is up then). Uses a connection of its own
+    // that is gone when it returns.
+    bool serverAnswers() const;
+
+    // A query on the connection.
+    QSqlQuery query() const;
+    // For Qt classes that take the connection itself (QSqlQueryModel).
+    QSqlDatabase handle() const;
+    // Runs one statement; false with *error set on failure.
+    bool exec(const QString &sql, QSqlError *error = nullptr) const;
+    // Column 0 of the first row; an invalid QVariant when the statement
+    // fails or returns no row.
+    QVariant scalar(const QString &sql) const;
+
+    // Runs a multi-statement save as one transaction. Every statement is run
+    // even after one failed, so the server judges the whole save; each
+    // failure replaces the one before, so the last is the one reported.
+    // Commits only when all succeeded; the result of transaction() and
+    // commit() is checked too, because a connection lost before the commit
+    // must never be reported as saved. Schema and account statements commit
+    // on their own and are not undone by the rollback. True when committed;
+    // otherwise *error holds the failure.
+    bool runInTransaction(const QStringList &statements, QSqlError *error);
+
+    // The server's date ("SELECT CURDATE();"), invalid when it cannot be read.
+    QDate serverDate() const;
+    QString serverVersion() const;
+
+    // One row of the log table. A failure is not reported: a missing log row
+    // does not undo the operation it records.
+    void writeLog(const QString &operatorName, const QString &description) const;
+
+private:
+    QSqlDatabase connection() const;
+
+    QString m_name;
+};
+
+#endif

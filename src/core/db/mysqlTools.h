@@ -1,0 +1,31 @@
+#ifndef MYSQLTOOLS_H
+#define MYSQLTOOLS_H
+
+#include "myDatabase.h"
+
+#include <QString>
+#include <QStringList>
+
+class QProcess;
+
+// The mysql command-line tools (the client and mysqldump), run as child
+// processes with the logged-in operator's credentials.
+namespace mysqlTools {
+
+// Starts one of the tools on a QProcess the caller has prepared (input,
+// output, working folder) and waits for its end, at most timeoutMs (-1: as
+// long as it takes; a tool still running then is killed). True when it ran
+// to its end without error; otherwise *problem says why in words for the
+// operator, naming the tool as toolName.
+bool runTool(QProcess &tool, const QString &program, const QStringList &args, const QString &toolName,
+             int timeoutMs, QString *problem);
+
+// Feeds a SQL script to the mysql client with the account's credentials.
+// True when the client ran to the end without error; otherwise *problem
+// says why (missing file, client not found, time-out, its message).
+bool runScript(const myDatabase::account &account, const QString &scriptPath, QString *problem = nullptr,
+               int timeoutMs = 30000);
+
+} // namespace mysqlTools
+
+#endif
