@@ -1,6 +1,7 @@
 // The small shared pieces: settings bytes, numerals, column kinds, numbers, cells.
 #include "appSettings.h"
 #include "myDatabase.h"
+#include "sqlText.h"
 #include "gbText.h"
 #include "myTableView.h"
 #include "myTools.h"
@@ -176,6 +177,70 @@ private slots:
         testSupport::connectAsRoot("no_such_database");
         QCOMPARE(myTools::fieldList(myDatabase()), QString());
         testSupport::connectAsRoot();
+    }
+
+    // Typed text reaches the server as typed, also on a session whose server
+    // was configured to read backslashes literally, and a LIKE pattern
+    // matches its text literally.
+    void typedText_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("unchanged"); // ordinary text keeps the statement as it was
+        QTest::newRow("plain Chinese") << "城关镇人民路12号" << true;
+        QTest::newRow("apostrophe") << "O'Brien" << false;
+        QTest::newRow("statement-like") << "整改' WHERE 1=1 -- " << false;
+        QTest::newRow("backslashes") << "C:\\new\\table\\01" << false;
+        QTest::newRow("trailing backslash") << "ab\\" << false;
+        QTest::newRow("backslash before quote") << "\\'" << false;
+        QTest::newRow("wildcards") << "50%_off" << true;
+        QTest::newRow("blanks only") << "   " << true;
+    }
+
+    void typedText()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, unchanged);
+        QVERIFY(testSupport::connectAsRoot());
+        myDatabase db;
+        QCOMPARE(sqlText::escaped(text) == text, unchanged);
+        // A server whose own mode reads backslashes literally: the session
+        // set-up of every connection must put them back.
+        QVERIFY(db.exec("SET GLOBAL sql_mode='NO_BACKSLASH_ESCAPES'"));
+        QVERIFY(db.reopen());
+        QVERIFY(db.exec("SET GLOBAL sql_mode=DEFAULT"));
+        QCOMPARE(db.scalar("SELECT " + sqlText::quoted(text)).toString(), text);
+        // Found literally inside a longer text, and only there.
+        const QString around = "甲" + text + "乙";
+        auto likes = [&](const QString &subject) {
+            return db.scalar("SELECT " + sqlText::quoted(subject) + " LIKE '%" + sqlText::likeEscaped(text) + "%'")
+                .toInt();
+        };
+        QCOMPARE(likes(around), 1);
+        QCOMPARE(likes(QString(around).replace('%', 'x').replace('_', 'y')), text.contains('%') || text.contains('_') ? 0 : 1);
+    }
+
+    void fitsConnection_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("fits");
+        QTest::newRow("common CJK") << "张伟" << true;
+        QTest::newRow("extension B character") << QString::fromUcs4(U"\U00020BB7") << false;
+        QTest::newRow("emoji inside") << QString::fromUcs4(U"房\U0001F3E0屋") << false;
+        QTest::newRow("empty") << "" << true;
+    }
+
+    void fitsConnection()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, fits);
+        QCOMPARE(sqlText::fitsConnection(text), fits);
+        // What the check stands for: a utf8 column refuses what does not fit.
+        QVERIFY(testSupport::connectAsRoot());
+        myDatabase db;
+        QVERIFY(db.exec("CREATE TEMPORARY TABLE fits (v varchar(10)) CHARSET utf8"));
+        QSqlError error;
+        QCOMPARE(db.exec("INSERT fits SET v=" + sqlText::quoted(text), &error), fits);
+        QVERIFY(db.exec("DROP TEMPORARY TABLE fits"));
     }
 
     void typedCells()

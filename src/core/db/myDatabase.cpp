@@ -57,11 +57,25 @@ void myDatabase::setDatabaseName(const QString &name)
 bool myDatabase::open(QSqlError *error)
 {
     QSqlDatabase db = connection();
-    if (db.open())
+    if (db.open()) {
+        startSession();
         return true;
+    }
     if (error)
         *error = db.lastError();
     return false;
+}
+
+void myDatabase::startSession() const
+{
+    // Strict on every table, whatever the server was configured with: a
+    // server left at MySQL 5.5's sql_mode='' cuts a value that does not fit
+    // (an address longer than its column, a number out of range) without a
+    // word, where strict mode refuses it and the operator is told. Naming
+    // the mode in full also keeps NO_BACKSLASH_ESCAPES out, which the
+    // escaping of typed text (sqlText) relies on.
+    exec(QStringLiteral("SET SESSION sql_mode='STRICT_TRANS_TABLES,STRICT_ALL_TABLES,ERROR_FOR_DIVISION_BY_ZERO,"
+                        "NO_AUTO_CREATE_USER,NO_ENGINE_SUBSTITUTION'"));
 }
 
 bool myDatabase::reopen()

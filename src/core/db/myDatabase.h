@@ -82,6 +82,8 @@ public:
 
 private:
     QSqlDatabase connection() const;
+    // What every session needs, run after each successful open.
+    void startSession() const;
 
     QString m_name;
 };
