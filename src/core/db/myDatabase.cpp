@@ -148,8 +148,11 @@ bool myDatabase::runInTransaction(const QStringList &statements, QSqlError *erro
     QSqlError failure;
     for (const QString &sql : statements) {
         QSqlQuery q(db);
-        if (!q.exec(sql))
+        if (!q.exec(sql)) {
             failure = q.lastError();
+            if (endsTransaction(failure))
+                break;
+        }
     }
     if (failure.type() == QSqlError::NoError) {
         if (db.commit())
@@ -159,6 +162,23 @@ bool myDatabase::runInTransaction(const QStringList &statements, QSqlError *erro
     db.rollback();
     *error = failure;
     return false;
+}
+
+bool myDatabase::connectionLost(const QSqlError &error)
+{
+    // 2006 server has gone away, 2013 lost during a query, 4031 closed by
+    // the server for inactivity; 2002/2003 when a reconnect finds no server.
+    static const QStringList codes{QStringLiteral("2006"), QStringLiteral("2013"), QStringLiteral("4031"),
+                                   QStringLiteral("2002"), QStringLiteral("2003")};
+    return codes.contains(error.nativeErrorCode());
+}
+
+bool myDatabase::endsTransaction(const QSqlError &error)
+{
+    // 1213 deadlock (also a cluster's certification conflict), 1205 lock wait
+    // timeout, 1317 statement interrupted (KILL QUERY).
+    static const QStringList codes{QStringLiteral("1213"), QStringLiteral("1205"), QStringLiteral("1317")};
+    return codes.contains(error.nativeErrorCode()) || connectionLost(error);
 }
 
 QDate myDatabase::serverDate() const { return scalar(QStringLiteral("SELECT CURDATE();")).toDate(); }

@@ -65,12 +65,23 @@ public:
     // Runs a multi-statement save as one transaction. Every statement is run
     // even after one failed, so the server judges the whole save; each
     // failure replaces the one before, so the last is the one reported.
+    // The run stops, though, at a failure after which the server has already
+    // rolled the transaction back or the connection is gone (endsTransaction):
+    // with autocommit back on, every later statement would commit on its own
+    // and leave half a save and a log row for a save that never happened.
     // Commits only when all succeeded; the result of transaction() and
     // commit() is checked too, because a connection lost before the commit
     // must never be reported as saved. Schema and account statements commit
     // on their own and are not undone by the rollback. True when committed;
     // otherwise *error holds the failure.
     bool runInTransaction(const QStringList &statements, QSqlError *error);
+
+    // A deadlock or lock-wait victim, an interrupted statement, or a
+    // connection gone: the server has ended the transaction, or no server
+    // is left to finish it.
+    static bool endsTransaction(const QSqlError &error);
+    // The connection itself is gone (server restarted, network cut).
+    static bool connectionLost(const QSqlError &error);
 
     // The server's date ("SELECT CURDATE();"), invalid when it cannot be read.
     QDate serverDate() const;
