@@ -66,6 +66,21 @@ bool myDatabase::open(QSqlError *error)
     return false;
 }
 
+bool myDatabase::reconnect() const
+{
+    // Only a connection that was open: one closed on purpose (before the
+    // login, or between the first-run check and the business database)
+    // stays closed.
+    QSqlDatabase db = connection();
+    if (!db.isOpen())
+        return false;
+    db.close();
+    if (!db.open())
+        return false;
+    startSession();
+    return true;
+}
+
 void myDatabase::startSession() const
 {
     // Strict on every table, whatever the server was configured with: a
@@ -120,28 +135,75 @@ QSqlQuery myDatabase::query() const { return QSqlQuery(connection()); }
 
 QSqlDatabase myDatabase::handle() const { return connection(); }
 
+namespace {
+// The statement cannot have reached a live server: the client found the
+// connection dead when it sent it (a restarted server, a closed socket).
+bool neverArrived(const QSqlError &error) { return error.nativeErrorCode() == QLatin1String("2006"); }
+} // namespace
+
+QSqlQuery myDatabase::select(const QString &sql, QSqlError *error, bool forwardOnly) const
+{
+    QSqlQuery q = query();
+    q.setForwardOnly(forwardOnly);
+    if (q.exec(sql))
+        return q;
+    QSqlError failure = q.lastError();
+    if (connectionLost(failure) && reconnect()) {
+        q = query();
+        q.setForwardOnly(forwardOnly);
+        if (q.exec(sql))
+            return q;
+        failure = q.lastError();
+    }
+    if (error)
+        *error = failure;
+    return q;
+}
+
 bool myDatabase::exec(const QString &sql, QSqlError *error) const
 {
     QSqlQuery q = query();
     if (q.exec(sql))
         return true;
+    QSqlError failure = q.lastError();
+    // A write that was lost on its way back (2013) may have been done: it
+    // is reported, not repeated.
+    if (neverArrived(failure) && reconnect()) {
+        if (q.exec(sql))
+            return true;
+        failure = q.lastError();
+    } else if (connectionLost(failure)) {
+        reconnect();
+    }
     if (error)
-        *error = q.lastError();
+        *error = failure;
     return false;
 }
 
-QVariant myDatabase::scalar(const QString &sql) const
+QVariant myDatabase::scalar(const QString &sql, QSqlError *error) const
 {
-    QSqlQuery q = query();
-    if (q.exec(sql) && q.next())
+    QSqlQuery q = select(sql, error);
+    if (q.isActive() && q.next())
         return q.value(0);
     return QVariant();
+}
+
+bool myDatabase::ensureConnected(QSqlError *error) const
+{
+    if (!isOpen()) {
+        if (error)
+            *error = QSqlError(QString(), QObject::tr("Driver not loaded"), QSqlError::ConnectionError);
+        return false;
+    }
+    return select(QStringLiteral("DO 0"), error).isActive();
 }
 
 bool myDatabase::runInTransaction(const QStringList &statements, QSqlError *error)
 {
     QSqlDatabase db = connection();
-    if (!db.transaction()) {
+    // Nothing of the save has run when its start fails: after a restart of
+    // the server the save goes through on the new connection.
+    if (!db.transaction() && !(connectionLost(db.lastError()) && reconnect() && db.transaction())) {
         *error = db.lastError();
         return false;
     }
@@ -160,8 +222,16 @@ bool myDatabase::runInTransaction(const QStringList &statements, QSqlError *erro
         failure = db.lastError();
     }
     db.rollback();
+    // Ready for the operator's next try.
+    if (connectionLost(failure))
+        reconnect();
     *error = failure;
     return false;
+}
+
+bool myDatabase::commitUncertain(const QSqlError &error)
+{
+    return error.type() == QSqlError::TransactionError && connectionLost(error);
 }
 
 bool myDatabase::connectionLost(const QSqlError &error)

@@ -52,15 +52,30 @@ public:
     // that is gone when it returns.
     bool serverAnswers() const;
 
-    // A query on the connection.
+    // A server restarted or a network cut leaves the program's connection
+    // dead; the next statement fails with "server has gone away". The
+    // statements below then open the connection again with the same account
+    // (and set the session up again) and, where that is safe, run the
+    // statement once more: a read always, a write only when it cannot have
+    // reached the server. So the office goes on without restarting the
+    // program once its server is back.
+
+    // A query on the connection, for a caller that runs it itself; prefer
+    // select() and exec(), which reconnect.
     QSqlQuery query() const;
     // For Qt classes that take the connection itself (QSqlQueryModel).
     QSqlDatabase handle() const;
+    // Runs a statement that only reads and returns it, positioned before its
+    // first row; not active, with *error set, when it failed.
+    QSqlQuery select(const QString &sql, QSqlError *error = nullptr, bool forwardOnly = false) const;
     // Runs one statement; false with *error set on failure.
     bool exec(const QString &sql, QSqlError *error = nullptr) const;
     // Column 0 of the first row; an invalid QVariant when the statement
     // fails or returns no row.
-    QVariant scalar(const QString &sql) const;
+    QVariant scalar(const QString &sql, QSqlError *error = nullptr) const;
+    // Whether the server answers now, reconnecting if the connection had
+    // died; false with *error set when no server can be reached.
+    bool ensureConnected(QSqlError *error = nullptr) const;
 
     // Runs a multi-statement save as one transaction. Every statement is run
     // even after one failed, so the server judges the whole save; each
@@ -80,8 +95,12 @@ public:
     // connection gone: the server has ended the transaction, or no server
     // is left to finish it.
     static bool endsTransaction(const QSqlError &error);
-    // The connection itself is gone (server restarted, network cut).
+    // The connection itself is gone (server restarted, network cut), or
+    // opening it again found no server.
     static bool connectionLost(const QSqlError &error);
+    // A failed commit whose connection was lost: the server may or may not
+    // have made the transaction durable before it went.
+    static bool commitUncertain(const QSqlError &error);
 
     // The server's date ("SELECT CURDATE();"), invalid when it cannot be read.
     QDate serverDate() const;
@@ -95,6 +114,8 @@ private:
     QSqlDatabase connection() const;
     // What every session needs, run after each successful open.
     void startSession() const;
+    // Opens the connection again after it died; true when that worked.
+    bool reconnect() const;
 
     QString m_name;
 };
