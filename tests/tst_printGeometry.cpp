@@ -12,11 +12,13 @@
 #include "printGeometry.h"
 #include "printLayout.h"
 #include "printPreview.h"
+#include "printerOutput.h"
 #include "testSupport.h"
 
 #include <QPainter>
 #include <QPdfWriter>
 #include <QPrinter>
+#include <QPrinterInfo>
 #include <QtTest>
 
 Q_DECLARE_METATYPE(printCalibration)
@@ -270,6 +272,56 @@ private slots:
         QVERIFY2((at - nominal).manhattanLength() < 1, qPrintable(QString("%1,%2").arg(at.x()).arg(at.y())));
         QTest::ignoreMessage(QtWarningMsg, "QPainter::begin(): Returned false");
         QVERIFY(!printPage::writePdf(file("no such folder/saved.pdf"), g, certificate()));
+    }
+
+    void printerOutputToFile_data()
+    {
+        QTest::addColumn<int>("dpi");
+        QTest::addColumn<QString>("page");
+        QTest::newRow("96 dpi, A5 landscape") << 96 << "A5|1|50|50";
+        QTest::newRow("600 dpi, A3 portrait") << 600 << "A3|0|20|30";
+    }
+
+    void printerOutputToFile()
+    {
+        // The printer gets the page setup from the geometry, and a file gets
+        // no printer's calibration, though the default printer may have one.
+        QFETCH(int, dpi);
+        QFETCH(QString, page);
+        const QString pdf = file("printer.pdf");
+        QPrinter printer(QPrinter::HighResolution);
+        const QString defaultPrinter = printer.printerName();
+        printer.setOutputFormat(QPrinter::PdfFormat);
+        printer.setOutputFileName(pdf);
+        printer.setResolution(dpi);
+        QCOMPARE(printerOutput::calibrationName(printer), QString());
+        QSettings settings(file("printer.ini"), QSettings::IniFormat);
+        printCalibration{5, 5, 110, 110}.save(settings, defaultPrinter);
+        const printGeometry g = geometryOf(page);
+        QVERIFY(printerOutput::printOne(printer, g, settings, [&](QPainter &painter, const printGeometry &used) {
+            QVERIFY(used.calibration().isIdentity());
+            printPage::paint(painter, used, certificate());
+        }));
+        const pdfText::page p = pdfText::read(pdf).value(0);
+        QCOMPARE(p.size.toSize(), g.sheetSize().toSize());
+        for (const printBox &box : certificate()) {
+            const QPointF d = anchorOf(pdfText::find(p, box.text), box.alignment)
+                              - anchorOf(expectedBox(box.rect, g), box.alignment);
+            QVERIFY2(qAbs(d.x()) <= 0.75 && qAbs(d.y()) <= 0.75, qPrintable(box.text));
+        }
+    }
+
+    void printerOutputWithoutPrinter()
+    {
+        if (!QPrinterInfo::availablePrinterNames().isEmpty())
+            QSKIP("this machine has a printer; the no-printer path cannot be reached");
+        QPrinter printer(QPrinter::HighResolution);
+        QSettings settings(file("none.ini"), QSettings::IniFormat);
+        bool drawn = false;
+        QTest::ignoreMessage(QtWarningMsg, "QPainter::begin(): Returned false");
+        QVERIFY(!printerOutput::printOne(printer, printGeometry(), settings,
+                                         [&](QPainter &, const printGeometry &) { drawn = true; }));
+        QVERIFY(!drawn);
     }
 
     void calibrationStoredPerPrinter_data()
