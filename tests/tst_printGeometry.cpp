@@ -72,6 +72,19 @@ QPointF anchorOf(const QRectF &r, Qt::Alignment a)
     return QPointF(x, r.top());
 }
 
+// Each box's text stands where the layout (and calibration) put it, by the
+// edge its alignment fixes and by its top, within 0.75 pt.
+void checkPlaced(const pdfText::page &p, const printGeometry &g, const printCalibration &c = {})
+{
+    for (const printBox &box : certificate()) {
+        const QPointF at = anchorOf(pdfText::find(p, box.text), box.alignment);
+        const QPointF nominal = anchorOf(expectedBox(box.rect, g, c), box.alignment);
+        QVERIFY2(qAbs(at.x() - nominal.x()) <= 0.75 && qAbs(at.y() - nominal.y()) <= 0.75,
+                 qPrintable(QString("%1 at %2,%3 instead of %4,%5")
+                                .arg(box.text).arg(at.x()).arg(at.y()).arg(nominal.x()).arg(nominal.y())));
+    }
+}
+
 QString keepFolder() { return qEnvironmentVariable("ZELNOR_KEEP_PICTURES"); }
 
 void keep(const QString &path, const QString &name)
@@ -87,30 +100,34 @@ void keep(const QString &path, const QString &name)
 // layout says.
 enum class device { pdfWriter, printer, printerStandardMode, printerScreen };
 
-bool printOn(device kind, int dpi, const QString &path, const printGeometry &g, const QList<printBox> &boxes)
+// Prints one page (the certificate unless draw says otherwise) to a PDF file.
+bool printOn(device kind, int dpi, const QString &path, const printGeometry &g,
+             std::function<void(QPainter &)> draw = {})
 {
-    QPainter painter;
+    std::unique_ptr<QPagedPaintDevice> target;
     if (kind == device::pdfWriter) {
-        QPdfWriter writer(path);
-        writer.setResolution(dpi);
-        writer.setPageLayout(g.pageLayout());
-        if (!painter.begin(&writer))
-            return false;
-        printPage::paint(painter, g, boxes);
-        return painter.end();
+        auto *writer = new QPdfWriter(path);
+        writer->setResolution(dpi);
+        target.reset(writer);
+    } else {
+        auto *printer = new QPrinter(kind == device::printerScreen ? QPrinter::ScreenResolution : QPrinter::HighResolution);
+        printer->setOutputFormat(QPrinter::PdfFormat);
+        printer->setOutputFileName(path);
+        if (kind != device::printerScreen)
+            printer->setResolution(dpi);
+        target.reset(printer);
     }
-    QPrinter printer(kind == device::printerScreen ? QPrinter::ScreenResolution : QPrinter::HighResolution);
-    printer.setOutputFormat(QPrinter::PdfFormat);
-    printer.setOutputFileName(path);
-    if (kind != device::printerScreen)
-        printer.setResolution(dpi);
     QPageLayout page = g.pageLayout();
     if (kind == device::printerStandardMode)
         page.setMode(QPageLayout::StandardMode); // the painter starts at the margins instead
-    printer.setPageLayout(page);
-    if (!painter.begin(&printer))
+    target->setPageLayout(page);
+    QPainter painter;
+    if (!painter.begin(target.get()))
         return false;
-    printPage::paint(painter, g, boxes);
+    if (draw)
+        draw(painter);
+    else
+        printPage::paint(painter, g, certificate());
     return painter.end();
 }
 
@@ -187,23 +204,18 @@ private slots:
         QFETCH(int, dpi);
         QFETCH(QString, page);
         const printGeometry g = geometryOf(page);
-        const QList<printBox> boxes = certificate();
         const QString pdf = file("resolution.pdf"), reference = file("reference.pdf");
-        QVERIFY(printPage::writePdf(reference, g, boxes));
-        QVERIFY(printOn(device(kind), dpi, pdf, g, boxes));
+        QVERIFY(printPage::writePdf(reference, g, certificate()));
+        QVERIFY(printOn(device(kind), dpi, pdf, g));
         if (page.startsWith("A5"))
             keep(pdf, QString("resolution-%1-%2.pdf").arg(kind).arg(dpi));
 
         const QList<pdfText::page> pages = pdfText::read(pdf), referencePages = pdfText::read(reference);
         QCOMPARE(pages.size(), 1);
         QCOMPARE(pages[0].size.toSize(), g.sheetSize().toSize());
-        for (const printBox &box : boxes) {
+        checkPlaced(pages[0], g);
+        for (const printBox &box : certificate()) {
             const QRectF found = pdfText::find(pages[0], box.text), same = pdfText::find(referencePages[0], box.text);
-            const QPointF nominal = anchorOf(expectedBox(box.rect, g), box.alignment);
-            const QPointF at = anchorOf(found, box.alignment);
-            QVERIFY2(qAbs(at.x() - nominal.x()) <= 0.75 && qAbs(at.y() - nominal.y()) <= 0.75,
-                     qPrintable(QString("%1 at %2,%3 instead of %4,%5")
-                                    .arg(box.text).arg(at.x()).arg(at.y()).arg(nominal.x()).arg(nominal.y())));
             // All four edges: the font kept its point size too.
             for (double d : {found.left() - same.left(), found.top() - same.top(), found.right() - same.right(),
                              found.bottom() - same.bottom()})
@@ -235,10 +247,9 @@ private slots:
         QFETCH(int, dpi);
         QFETCH(QString, page);
         QFETCH(printCalibration, calibration);
-        const QList<printBox> boxes = certificate();
         const QString plainPdf = file("plain.pdf"), calibratedPdf = file("calibrated.pdf");
-        QVERIFY(printOn(device(kind), dpi, plainPdf, geometryOf(page), boxes));
-        QVERIFY(printOn(device(kind), dpi, calibratedPdf, geometryOf(page, calibration), boxes));
+        QVERIFY(printOn(device(kind), dpi, plainPdf, geometryOf(page)));
+        QVERIFY(printOn(device(kind), dpi, calibratedPdf, geometryOf(page, calibration)));
         const pdfText::page plain = pdfText::read(plainPdf).value(0), calibrated = pdfText::read(calibratedPdf).value(0);
         // Each corner of the text moves as a point of the sheet does: offset +
         // scale × its distance from the paper's corner.
@@ -246,69 +257,52 @@ private slots:
             return QPointF(calibration.offsetXmm * mm + calibration.scaleXpercent / 100 * p.x(),
                            calibration.offsetYmm * mm + calibration.scaleYpercent / 100 * p.y());
         };
-        for (const printBox &box : boxes) {
+        for (const printBox &box : certificate()) {
             const QRectF was = pdfText::find(plain, box.text), is = pdfText::find(calibrated, box.text);
             for (const QPointF &d : {is.topLeft() - moved(was.topLeft()), is.bottomRight() - moved(was.bottomRight())})
                 QVERIFY2(qAbs(d.x()) <= 0.5 && qAbs(d.y()) <= 0.5,
                          qPrintable(QString("%1 off by %2,%3 pt").arg(box.text).arg(d.x()).arg(d.y())));
-            // And it sits where the layout and the calibration say, not only
-            // where the uncalibrated page had it.
-            const QPointF nominal = anchorOf(expectedBox(box.rect, geometryOf(page), calibration), box.alignment);
-            const QPointF at = anchorOf(is, box.alignment);
-            QVERIFY2(qAbs(at.x() - nominal.x()) <= 0.75 && qAbs(at.y() - nominal.y()) <= 0.75, qPrintable(box.text));
         }
+        checkPlaced(calibrated, geometryOf(page), calibration);
     }
 
-    void pdfFileIsNeverCalibrated()
+    void fileOutputIsNeverCalibrated_data()
     {
-        // A PDF goes to no printer, so the calibration of the printer the
-        // geometry was made for has no business in it.
-        const QString path = file("saved.pdf");
-        const printGeometry g = geometryOf("A4|1|30|60", printCalibration{5, 5, 110, 90});
-        QVERIFY(printPage::writePdf(path, g, certificate()));
-        const pdfText::page p = pdfText::read(path).value(0);
-        const printBox box = certificate().value(1);
-        const QPointF at = pdfText::find(p, box.text).topLeft(), nominal = expectedBox(box.rect, g).topLeft();
-        QVERIFY2((at - nominal).manhattanLength() < 1, qPrintable(QString("%1,%2").arg(at.x()).arg(at.y())));
-        QTest::ignoreMessage(QtWarningMsg, "QPainter::begin(): Returned false");
-        QVERIFY(!printPage::writePdf(file("no such folder/saved.pdf"), g, certificate()));
-    }
-
-    void printerOutputToFile_data()
-    {
+        QTest::addColumn<bool>("throughPrinter"); // else printPage::writePdf
         QTest::addColumn<int>("dpi");
         QTest::addColumn<QString>("page");
-        QTest::newRow("96 dpi, A5 landscape") << 96 << "A5|1|50|50";
-        QTest::newRow("600 dpi, A3 portrait") << 600 << "A3|0|20|30";
+        QTest::newRow("PDF file") << false << 1200 << "A4|1|30|60";
+        QTest::newRow("printer to file, 96 dpi") << true << 96 << "A5|1|50|50";
+        QTest::newRow("printer to file, 600 dpi") << true << 600 << "A3|0|20|30";
     }
 
-    void printerOutputToFile()
+    void fileOutputIsNeverCalibrated()
     {
-        // The printer gets the page setup from the geometry, and a file gets
-        // no printer's calibration, though the default printer may have one.
+        // A file goes to no printer, so no printer's calibration belongs in
+        // it: neither the one the geometry carries nor the default printer's.
+        QFETCH(bool, throughPrinter);
         QFETCH(int, dpi);
         QFETCH(QString, page);
-        const QString pdf = file("printer.pdf");
-        QPrinter printer(QPrinter::HighResolution);
-        const QString defaultPrinter = printer.printerName();
-        printer.setOutputFormat(QPrinter::PdfFormat);
-        printer.setOutputFileName(pdf);
-        printer.setResolution(dpi);
-        QCOMPARE(printerOutput::calibrationName(printer), QString());
-        QSettings settings(file("printer.ini"), QSettings::IniFormat);
-        printCalibration{5, 5, 110, 110}.save(settings, defaultPrinter);
-        const printGeometry g = geometryOf(page);
-        QVERIFY(printerOutput::printOne(printer, g, settings, [&](QPainter &painter, const printGeometry &used) {
-            QVERIFY(used.calibration().isIdentity());
-            printPage::paint(painter, used, certificate());
-        }));
-        const pdfText::page p = pdfText::read(pdf).value(0);
-        QCOMPARE(p.size.toSize(), g.sheetSize().toSize());
-        for (const printBox &box : certificate()) {
-            const QPointF d = anchorOf(pdfText::find(p, box.text), box.alignment)
-                              - anchorOf(expectedBox(box.rect, g), box.alignment);
-            QVERIFY2(qAbs(d.x()) <= 0.75 && qAbs(d.y()) <= 0.75, qPrintable(box.text));
+        const QString pdf = file("file.pdf");
+        const printGeometry g = geometryOf(page, printCalibration{5, 5, 110, 90});
+        if (throughPrinter) {
+            QPrinter printer(QPrinter::HighResolution);
+            QSettings settings(file("printer.ini"), QSettings::IniFormat);
+            printCalibration{5, 5, 110, 110}.save(settings, printer.printerName());
+            printer.setOutputFormat(QPrinter::PdfFormat);
+            printer.setOutputFileName(pdf);
+            printer.setResolution(dpi);
+            QVERIFY(printerOutput::printOne(printer, g, settings, [&](QPainter &painter, const printGeometry &used) {
+                printPage::paint(painter, used, certificate());
+            }));
+        } else {
+            QVERIFY(printPage::writePdf(pdf, g, certificate(), dpi));
+            QTest::ignoreMessage(QtWarningMsg, "QPainter::begin(): Returned false");
+            QVERIFY(!printPage::writePdf(file("no such folder/saved.pdf"), g, certificate()));
         }
+        const pdfText::page p = pdfText::read(pdf).value(0);
+        QCOMPARE(p.size.toSize(), g.sheetSize().toSize()); // the page setup reached the printer
+        checkPlaced(p, g);
     }
 
     void printerOutputWithoutPrinter()
@@ -507,13 +501,7 @@ private slots:
         QFETCH(printCalibration, calibration);
         const printGeometry g = geometryOf(page, calibration);
         const QString pdf = file("calibration.pdf");
-        {
-            QPdfWriter writer(pdf);
-            writer.setResolution(dpi);
-            writer.setPageLayout(g.pageLayout());
-            QPainter painter(&writer);
-            calibrationPage::paint(painter, g, "收费窗口");
-        }
+        QVERIFY(printOn(device::pdfWriter, dpi, pdf, g, [&](QPainter &p) { calibrationPage::paint(p, g, "收费窗口"); }));
         keep(pdf, QString("calibration-%1.pdf").arg(QTest::currentDataTag()));
         const pdfText::page text = pdfText::read(pdf).value(0);
         QCOMPARE(text.size.toSize(), g.sheetSize().toSize());
