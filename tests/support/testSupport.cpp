@@ -1,6 +1,7 @@
 #include "testSupport.h"
 
 #include "appSettings.h"
+#include "installPaths.h"
 #include "myDatabase.h"
 #include "mysqlTools.h"
 #include "frmLogin.h"
@@ -63,6 +64,10 @@ void initApplication()
 {
     QCoreApplication::setApplicationName(QStringLiteral("ZELNOR"));
     QCoreApplication::setApplicationVersion(QStringLiteral("1.2.1"));
+    // The data files come from the working folder (the build folder) only:
+    // a test of a missing file must not be satisfied by an installation on
+    // the machine.
+    installPaths::setDataFolder(QStringLiteral("/nonexistent/zelnor-test-data"));
     if (isChild())
         return; // runInChild set the variables for this process
     qputenv("MYSQL_UNIX_PORT", socketPath().toLocal8Bit());

@@ -1,19 +1,14 @@
 #include "appSettings.h"
 #include "gbText.h"
-
-#include <QCoreApplication>
+#include "installPaths.h"
 
 namespace appSettings {
 
-static QString s_folder;
+// The folder decides where automatic backups go too, so a benchmark's
+// scratch folder holds both.
+void setFolder(const QString &folder) { installPaths::setSettingsFolder(folder); }
 
-void setFolder(const QString &folder) { s_folder = folder; }
-
-QString path()
-{
-    return (s_folder.isEmpty() ? QCoreApplication::applicationDirPath() : s_folder) + QLatin1Char('/')
-        + QCoreApplication::applicationName() + QStringLiteral(".ini");
-}
+QString path() { return installPaths::settingsFile(); }
 
 std::unique_ptr<QSettings> open()
 {

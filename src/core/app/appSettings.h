@@ -5,9 +5,11 @@
 #include <QVariant>
 #include <memory>
 
-// The settings file is ZELNOR.ini beside the program, ini format, GB18030.
-// There is deliberately no long-lived settings object: each operation opens
-// the file, reads or writes, and lets the object go, which flushes to disk.
+// The settings file is ZELNOR.ini, ini format, GB18030: beside the program
+// in a build or a portable copy, in the user's configuration folder once
+// installed (installPaths). There is deliberately no long-lived settings
+// object: each operation opens the file, reads or writes, and lets the
+// object go, which flushes to disk.
 namespace appSettings {
 
 QString path();

@@ -1,6 +1,7 @@
 #include "frmSetField.h"
 
 #include "gbText.h"
+#include "installPaths.h"
 #include "formHost.h"
 #include "myDatabase.h"
 #include "myTools.h"
@@ -61,7 +62,7 @@ frmSetField::frmSetField(formHost *host, QWidget *parent)
     m_typeText->setReadOnly(true);
     m_typeText->setMaximumWidth(250);
     QString crib;
-    if (gbText::readFile(QStringLiteral("./fieldtype.txt"), &crib)) {
+    if (gbText::readFile(installPaths::dataFile(QStringLiteral("fieldtype.txt")), &crib)) {
         m_typeText->setPlainText(crib);
     } else {
         QApplication::beep();

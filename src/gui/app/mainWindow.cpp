@@ -17,6 +17,7 @@
 #include "frmUserChangePWD.h"
 #include "frmViewLease.h"
 #include "gbText.h"
+#include "installPaths.h"
 #include "myTableView.h"
 #include "myTools.h"
 #include "operationLog.h"
@@ -248,7 +249,7 @@ void mainWindow::afterLogin(const QString &databaseName)
             sub->close();
     }
 
-    if (firstRun::ensureDatabase(m_database, databaseName, QStringLiteral("datamodel.sql"), m_operatorName,
+    if (firstRun::ensureDatabase(m_database, databaseName, installPaths::dataFile(QStringLiteral("datamodel.sql")), m_operatorName,
                                  [this](const QString &text) { setMessage(text); })
         == firstRun::outcome::Failed) {
         // Nothing to work on: offer the login again once the cause is fixed.
@@ -423,7 +424,7 @@ void mainWindow::slotSetPrice()
 void mainWindow::slotHelp()
 {
     QString text;
-    if (!gbText::readFile(QStringLiteral("./readme.txt"), &text)) {
+    if (!gbText::readFile(installPaths::dataFile(QStringLiteral("readme.txt")), &text)) {
         QApplication::beep();
         statusBar()->showMessage(QStringLiteral("打开文件“readme.txt”失败。"), 2000);
         return;
