@@ -134,20 +134,59 @@ private slots:
             QVERIFY(testSupport::exec("ALTER TABLE leaseout DROP " + dropped));
 
         show(form, numberA);
-        // Choice boxes are not editable, so loading leaves them as they were
-        // (first choice, or 军官证) instead of showing the stored 单位, 护照 …
-        QString a = "2025-03-02|2025-03-01|2026-02-28|张伟|个人|居民身份证|110105198001011234|13812345678|北京市朝阳区建国路88号|王芳|"
-                    "李娜|个人|军官证|E12345678|0571-87654321|浙江省杭州市西湖区|3|"
-                    "城关镇人民路12号3单元502室|房权证字第0012号|住宅|钢混|88|2|1500|月付|260";
+        // Each choice shows what is stored (单位, 护照, 商业 …), not what was
+        // chosen on the form before (军官证) or the list's first entry.
+        QString a = "2025-03-02|2025-03-01|2026-02-28|张伟|单位|营业执照|110105198001011234|13812345678|北京市朝阳区建国路88号|王芳|"
+                    "李娜|单位|护照|E12345678|0571-87654321|浙江省杭州市西湖区|3|"
+                    "城关镇人民路12号3单元502室|房权证字第0012号|商业|钢混|88|2|1500|季付|260";
         if (!dropped.isEmpty()) // a vanished column empties only its own field
             a.replace("北京市朝阳区建国路88号", "");
         QCOMPARE(formValues(form), a);
         QVERIFY(!form->loadRecord("000000202599999"));
         QCOMPARE(formValues(form), a);
 
+        // Without a lessee or house row their choices show no choice at all.
         show(form, "000000202500013");
         QCOMPARE(formValues(form), "2025-04-01|2025-01-01|2025-12-31|赵强|个人|居民身份证||13900001111|||"
-                                   "|个人|军官证||||1|||住宅|钢混|1|1|1|月付|120");
+                                   "||||||1|||||1|1|1||120");
+    }
+
+    // A change of one field writes back every other field as it was stored:
+    // choices included, a value the list shows differently (its letters
+    // e, n, u, m dropped) and a choice never made (NULL).
+    void editKeepsStoredChoices_data()
+    {
+        QTest::addColumn<QString>("stored"); // 房屋用途 as stored; empty for NULL
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("not the first choice") << "仓储" << "仓储";
+        QTest::newRow("a value the list cannot show") << "Penthouse" << "Penthouse";
+        QTest::newRow("nothing chosen") << "" << "";
+    }
+
+    void editKeepsStoredChoices()
+    {
+        QFETCH(QString, stored);
+        QFETCH(QString, shown);
+        QVERIFY(testSupport::exec("ALTER TABLE leasehouse MODIFY 房屋用途 "
+                                  "enum('住宅','商业','办公','厂房','仓储','其他','Penthouse') DEFAULT '住宅'"));
+        insertFullRecordA();
+        QVERIFY(testSupport::exec("UPDATE leasehouse SET 房屋用途=" + (stored.isEmpty() ? "NULL" : "'" + stored + "'")));
+        frmRegisterLease *form = login();
+        // Another record chosen before: its choice must not carry over.
+        widget<QComboBox>(form, "comb房屋用途：")->setCurrentText("办公");
+        show(form, numberA);
+        QCOMPARE(recordForm::shown(form, "comb房屋用途："), shown);
+        click(form, "修改");
+        setLine(form, "出方电话", "13800000000");
+        click(form, "确定");
+        QCOMPARE(form->mode(), QString("正常"));
+        QCOMPARE(testSupport::scalar("SELECT IFNULL(房屋用途,'') FROM leasehouse").toString(), stored);
+        QCOMPARE(testSupport::scalar("SELECT 出方电话 FROM leaseout").toString(), QString("13800000000"));
+        // The value shown for this record only: the next one offers the list.
+        show(form, "000000202500099");
+        click(form, "增加");
+        auto *choices = widget<QComboBox>(form, "comb房屋用途：");
+        QCOMPARE(choices->count(), 7);
     }
 
     // Lookups by number go through the unique key; what they find must stay
@@ -248,7 +287,7 @@ private slots:
         // are cleared while choices and numbers keep what the shown record had.
         const QString workYear = QString::number(m_window->workDate().year());
         QCOMPARE(formValues(form), m_window->workDate().toString("yyyy-MM-dd") + "|" + workYear + "-01-01|" + workYear
-                                       + "-12-31||个人|居民身份证||||||个人|居民身份证||||3|||住宅|钢混|88|2|1500|月付|150");
+                                       + "-12-31||单位|营业执照||||||单位|护照||||3|||商业|钢混|88|2|1500|季付|150");
     }
 
     // A save refused by the form's own checks (警告) or by the server (错误)
@@ -280,8 +319,13 @@ private slots:
         row("required column empty", "增加", "", "错误|“承方名称”不允许空，请修正后保存。", false, "line承方名称：", "", "李娜");
         row("number out of range", "增加", "", "错误|“建筑面积”超出允许范围，请修正后保存。", false, "spin建筑面积：", "70000",
             "120", "ALTER TABLE leasehouse MODIFY 建筑面积 smallint(6) DEFAULT 60");
-        row("number taken by another form", "增加", "", "错误|已有此登记编号，请修正后再试保存。", true, "linDJBH",
-            own + "00006", own + "00007");
+        // Another workstation saved the proposed number in the meantime: the
+        // next free one takes its place, everything typed stays, and one more
+        // 确定 saves.
+        row("number taken by another form", "增加", "",
+            "错误|已有此登记编号（" + own + "00006），可能是另一台工作站刚刚保存了它。已改用下一个可用编号 " + own
+                + "00007，所填内容不变，请核对后再按“确定”保存。",
+            false, "linDJBH", own + "00006", own + "00007");
     }
 
     void refusedSave()
@@ -334,6 +378,8 @@ private slots:
         QCOMPARE(form->focusWidget() == form->numberEdit(), focusNumber);
         if (good.isEmpty())
             return;
+        if (field == "linDJBH") // put there by the form, not typed
+            QCOMPARE(form->numberEdit()->text(), good);
         enter(good);
         click(form, "确定");
         QCOMPARE(watcher.take(), QStringList());
@@ -403,7 +449,10 @@ private slots:
         click(form, "确定");
         QCOMPARE(watcher.boxes.size(), 1);
         QCOMPARE(watcher.lastTitle(), QString("错误"));
-        QVERIFY2(watcher.lastText().contains("Lost connection"), qPrintable(watcher.lastText()));
+        // In words a clerk understands: nothing was kept, and 确定 again once
+        // the server is back.
+        QVERIFY2(watcher.lastText().startsWith("无法连接数据库服务器") && watcher.lastText().contains("再按“确定”保存"),
+                 qPrintable(watcher.lastText()));
         QVERIFY(m_window->statusBar()->currentMessage() != "数据保存OK.");
         QCOMPARE(form->mode(), QString("增加"));
 

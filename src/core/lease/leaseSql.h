@@ -1,6 +1,8 @@
 #ifndef LEASESQL_H
 #define LEASESQL_H
 
+#include "sqlText.h"
+
 #include <QString>
 
 // SQL texts that several subsystems must agree on word for word.
@@ -64,11 +66,12 @@ inline QString numberKey(const QString &number)
 }
 
 // One registration by its number. The expression stays in the statement so
-// the result is exactly what it alone selects (and a number with a quote in
-// it still fails the same way); the key conditions only choose the plan.
+// the result is exactly what it alone selects; the key conditions only choose
+// the plan.
 inline QString numberIs(const QString &number)
 {
-    return numberExpr() + QStringLiteral("='") + number + QStringLiteral("' AND ") + numberKey(number);
+    return numberExpr() + QStringLiteral("='") + sqlText::escaped(number) + QStringLiteral("' AND ")
+        + numberKey(number);
 }
 
 } // namespace leaseSql

@@ -1,15 +1,16 @@
 #include "myTools.h"
 #include "myDatabase.h"
+#include "sqlText.h"
 
 #include <QDate>
 #include <QRegularExpression>
 #include <QSqlQuery>
 
-QList<columnInfo> myTools::showColumns(const myDatabase &db, const QString &table)
+QList<columnInfo> myTools::showColumns(const myDatabase &db, const QString &table, QSqlError *error)
 {
     QList<columnInfo> columns;
-    QSqlQuery query = db.query();
-    if (!query.exec(QStringLiteral("SHOW COLUMNS FROM ") + table))
+    QSqlQuery query = db.select(QStringLiteral("SHOW COLUMNS FROM ") + table, error);
+    if (!query.isActive())
         return columns;
     while (query.next()) {
         columnInfo c;
@@ -79,15 +80,20 @@ QString myTools::fieldList(const myDatabase &db)
     return list.mid(1);
 }
 
-QString myTools::nextRegisterNumber(const myDatabase &db, const QString &region, const QDate &registerDate)
+QString myTools::nextRegisterNumber(const myDatabase &db, const QString &region, const QDate &registerDate,
+                                    QSqlError *error)
 {
     // The lookup filters on the year of the registration date, but the prefix
     // always comes from today's year. Saving a new number of another year is
     // refused later, so this only matters for numbers typed over by hand.
     const QString year = registerDate.toString(QStringLiteral("yyyy"));
-    QSqlQuery query = db.query();
-    query.exec(QStringLiteral("SELECT MAX(编号)+1+YEAR(CURDATE())*100000 FROM lease WHERE 地区='")
-               + region + QStringLiteral("' AND 年度=") + year);
+    QSqlQuery query = db.select(QStringLiteral("SELECT MAX(编号)+1+YEAR(CURDATE())*100000 FROM lease WHERE 地区='")
+                                    + sqlText::escaped(region) + QStringLiteral("' AND 年度=") + year,
+                                error);
+    // A failed lookup proposes nothing: the first serial of the year would
+    // collide with every number already issued.
+    if (!query.isActive())
+        return QString();
     QString serial;
     if (query.next() && !query.value(0).isNull())
         serial = query.value(0).toString();

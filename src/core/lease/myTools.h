@@ -8,6 +8,7 @@
 #include <QVariant>
 
 class QDate;
+class QSqlError;
 class myDatabase;
 
 // One row of SHOW COLUMNS, as far as the program uses it.
@@ -30,8 +31,9 @@ class myTools
 {
 public:
     // --- lease data model -------------------------------------------------
-    // Columns of a table in table order; empty when the query fails.
-    static QList<columnInfo> showColumns(const myDatabase &db, const QString &table);
+    // Columns of a table in table order; empty, with *error set, when the
+    // query fails.
+    static QList<columnInfo> showColumns(const myDatabase &db, const QString &table, QSqlError *error = nullptr);
     static columnKind kindOf(const QString &type);
     // Widget-name prefix of a kind: "line", "comb", "spin"; empty for None.
     static QString kindPrefix(columnKind kind);
@@ -44,8 +46,10 @@ public:
     // The comma-separated list of the lease tables' columns offered for
     // browsing and print layouts; empty when the database is unreachable.
     static QString fieldList(const myDatabase &db);
-    // Next registration number for region and the year of registerDate.
-    static QString nextRegisterNumber(const myDatabase &db, const QString &region, const QDate &registerDate);
+    // Next registration number for region and the year of registerDate;
+    // empty, with *error set, when the highest number cannot be read.
+    static QString nextRegisterNumber(const myDatabase &db, const QString &region, const QDate &registerDate,
+                                      QSqlError *error = nullptr);
 
     // --- operators --------------------------------------------------------
     static QString accountName(const QString &displayName);

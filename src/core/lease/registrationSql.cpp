@@ -1,5 +1,8 @@
 #include "registrationSql.h"
 
+#include "myDatabase.h"
+#include "sqlText.h"
+
 namespace registrationSql {
 
 numberParts split(const QString &number)
@@ -17,7 +20,7 @@ QString dateLiteral(const QDate &date)
 
 QString textValue(const QString &text)
 {
-    return text.isEmpty() ? QStringLiteral("NULL") : QLatin1Char('\'') + text + QLatin1Char('\'');
+    return text.isEmpty() ? QStringLiteral("NULL") : sqlText::quoted(text);
 }
 
 static QString leaseAssignments(const leaseValues &v)
@@ -29,14 +32,15 @@ static QString leaseAssignments(const leaseValues &v)
 
 QString insertLease(const numberParts &n, const leaseValues &v)
 {
-    return QStringLiteral("INSERT lease SET 地区='") + n.region + QStringLiteral("',年度='") + n.year
-        + QStringLiteral("',编号='") + n.serial + QStringLiteral("',") + leaseAssignments(v);
+    return QStringLiteral("INSERT lease SET 地区='") + sqlText::escaped(n.region) + QStringLiteral("',年度='")
+        + sqlText::escaped(n.year) + QStringLiteral("',编号='") + sqlText::escaped(n.serial) + QStringLiteral("',")
+        + leaseAssignments(v);
 }
 
 static QString leaseCondition(const numberParts &n)
 {
-    return QStringLiteral(" WHERE 地区='") + n.region + QStringLiteral("' AND 年度='") + n.year
-        + QStringLiteral("' AND 编号='") + n.serial + QLatin1Char('\'');
+    return QStringLiteral(" WHERE 地区='") + sqlText::escaped(n.region) + QStringLiteral("' AND 年度='")
+        + sqlText::escaped(n.year) + QStringLiteral("' AND 编号='") + sqlText::escaped(n.serial) + QLatin1Char('\'');
 }
 
 QString updateLease(const numberParts &n, const leaseValues &v)
@@ -46,7 +50,8 @@ QString updateLease(const numberParts &n, const leaseValues &v)
 
 QString insertParty(const QString &table, const QString &number, const QStringList &pairs)
 {
-    QString sql = QStringLiteral("INSERT ") + table + QStringLiteral(" SET 登记编号='") + number + QLatin1Char('\'');
+    QString sql = QStringLiteral("INSERT ") + table + QStringLiteral(" SET 登记编号='") + sqlText::escaped(number)
+        + QLatin1Char('\'');
     for (const QString &pair : pairs)
         sql += QLatin1Char(',') + pair;
     return sql;
@@ -54,7 +59,7 @@ QString insertParty(const QString &table, const QString &number, const QStringLi
 
 QString partyCondition(const QString &number)
 {
-    return QStringLiteral(" WHERE 登记编号='") + number + QLatin1Char('\'');
+    return QStringLiteral(" WHERE 登记编号='") + sqlText::escaped(number) + QLatin1Char('\'');
 }
 
 QString updateParty(const QString &table, const QString &number, const QStringList &pairs)
@@ -96,16 +101,39 @@ static QString quotedColumn(const QString &text)
     return text.mid(first + 1, second - first - 1);
 }
 
-refusal saveErrorMessage(const QString &databaseText)
+bool isDuplicateNumber(const QSqlError &error) { return error.nativeErrorCode() == QLatin1String("1062"); }
+
+QString problemText(const QSqlError &error)
 {
-    if (databaseText.contains(QLatin1String("cannot be null")))
-        return {QStringLiteral("“") + quotedColumn(databaseText) + QStringLiteral("”不允许空，请修正后保存。"), false};
-    if (databaseText.contains(QLatin1String("Out of range value for column")))
-        return {QStringLiteral("“") + quotedColumn(databaseText) + QStringLiteral("”超出允许范围，请修正后保存。"),
+    if (myDatabase::connectionLost(error))
+        return QStringLiteral("无法连接数据库服务器（服务器可能已经停止，或者网络中断）");
+    return error.databaseText().isEmpty() ? error.text() : error.databaseText();
+}
+
+refusal saveErrorMessage(const QSqlError &error)
+{
+    const QString code = error.nativeErrorCode();
+    const QString text = error.databaseText();
+    if (code == QLatin1String("1213") || code == QLatin1String("1205"))
+        return {QStringLiteral("另一台工作站同时在保存，这次保存没有完成，也没有留下任何数据。请再按“确定”保存。"), false};
+    if (code == QLatin1String("1317"))
+        return {QStringLiteral("保存被中断，这次保存没有完成，也没有留下任何数据。请再按“确定”保存。"), false};
+    if (myDatabase::commitUncertain(error))
+        return {QStringLiteral("提交时与数据库服务器的连接中断，无法确定这次保存是否完成。"
+                               "请按“放弃”，再输入登记编号查看，确认后再操作。"),
+                true};
+    if (myDatabase::connectionLost(error))
+        return {problemText(error)
+                    + QStringLiteral("，这次保存没有完成，也没有留下任何数据。服务器恢复后请再按“确定”保存，"
+                                     "不必重新输入，也不必重新启动程序。"),
                 false};
-    if (databaseText.startsWith(QLatin1String("Duplicate entry '")))
+    if (text.contains(QLatin1String("cannot be null")))
+        return {QStringLiteral("“") + quotedColumn(text) + QStringLiteral("”不允许空，请修正后保存。"), false};
+    if (text.contains(QLatin1String("Out of range value for column")))
+        return {QStringLiteral("“") + quotedColumn(text) + QStringLiteral("”超出允许范围，请修正后保存。"), false};
+    if (text.startsWith(QLatin1String("Duplicate entry '")))
         return {QStringLiteral("已有此登记编号，请修正后再试保存。"), true};
-    return {databaseText, false};
+    return {text.isEmpty() ? error.text() : text, false};
 }
 
 } // namespace registrationSql

@@ -2,13 +2,14 @@
 #define REGISTRATIONSQL_H
 
 #include <QDate>
+#include <QSqlError>
 #include <QString>
 #include <QStringList>
 
 // The statements of a registration save and the texts the operator sees when
 // a save is refused, kept apart from the form so they can be read (and
-// tested) without widgets. Values go into the SQL text unescaped: a quote in
-// a field breaks the statement and the operator sees the server's own text.
+// tested) without widgets. Typed values are escaped (sqlText), so they are
+// stored exactly as typed; ordinary text gives the statements as always.
 namespace registrationSql {
 
 // The three parts of a 15-digit number as the lease row stores them.
@@ -46,9 +47,18 @@ refusal checkBeforeSave(bool adding, const QDate &validFrom, const QDate &validU
                         const QString &number, const QString &region, const QDate &workDate);
 
 // What the operator reads when the server refused a statement: the three
-// refusals an operator can correct on the form are put into words, anything
-// else is shown as the server wrote it.
-refusal saveErrorMessage(const QString &databaseText);
+// refusals an operator can correct on the form are put into words, and so
+// are the failures the server or the network caused (another workstation's
+// save, a restart): those say that nothing was saved and what to do.
+// Anything else is shown as the server wrote it.
+refusal saveErrorMessage(const QSqlError &error);
+
+// A duplicate number (another workstation saved it since 增加 proposed it).
+bool isDuplicateNumber(const QSqlError &error);
+
+// Why a statement could not be run, in words for a clerk: a server that
+// cannot be reached is named as such; anything else is the server's text.
+QString problemText(const QSqlError &error);
 
 } // namespace registrationSql
 

@@ -1,6 +1,7 @@
 #include "leaseQuery.h"
 
 #include "leaseSql.h"
+#include "sqlText.h"
 
 #include <QRegularExpression>
 
@@ -41,9 +42,12 @@ QList<keywordTerm> keywordTerms(const QString &keyword)
     if (keyword.isEmpty())
         return {};
     static const QRegularExpression digits(QRegularExpression::anchoredPattern(QStringLiteral("[0-9]*")));
-    const keywordTerm suffix{"leaseout", QStringLiteral("leaseout.登记编号 LIKE '%") + keyword + QLatin1Char('\'')};
+    // Found literally: a % or _ typed is that character, not a wildcard
+    // (a keyword "%" would otherwise read every registration of the range).
+    const QString pattern = sqlText::likeEscaped(keyword);
+    const keywordTerm suffix{"leaseout", QStringLiteral("leaseout.登记编号 LIKE '%") + pattern + QLatin1Char('\'')};
     auto anywhere = [&](const char *table, const char *column) {
-        return keywordTerm{table, QString::fromUtf8(column) + QStringLiteral(" LIKE '%") + keyword + QStringLiteral("%'")};
+        return keywordTerm{table, QString::fromUtf8(column) + QStringLiteral(" LIKE '%") + pattern + QStringLiteral("%'")};
     };
     if (digits.match(keyword).hasMatch()) {
         // A short number is a serial typed from a certificate; telephones

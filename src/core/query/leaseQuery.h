@@ -5,10 +5,9 @@
 #include <QString>
 #include <QStringList>
 
-// The statements of browse and search, composed apart from the forms. Values
-// go in single-quoted and unescaped, like every statement of the program: a
-// quote typed into the keyword breaks the statement and the table stays
-// empty, which is all the operator sees.
+// The statements of browse and search, composed apart from the forms. The
+// keyword is escaped, so it is found as typed, apostrophes and wildcard
+// characters included.
 class leaseQuery
 {
 public:

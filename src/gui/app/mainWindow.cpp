@@ -322,16 +322,38 @@ void mainWindow::showFixedWindow(QWidget *content, const QString &title, const Q
     desktopFit::fitInside(sub);
 }
 
-void mainWindow::slotRegisterLease() { openForm(new frmRegisterLease(this)); }
-void mainWindow::slotViewLease() { openForm(new frmViewLease(this)); }
-void mainWindow::slotSearchLease() { openForm(new frmSearchLease(this)); }
-void mainWindow::slotSetPrintItem() { openForm(new frmSetPrintItem(this)); }
+bool mainWindow::serverReachable()
+{
+    // The forms are built from the tables' current columns: opened while the
+    // server is away they would show no fields at all, which reads as if the
+    // office's data were gone. Asking first also reconnects after a restart.
+    QSqlError error;
+    if (m_database.ensureConnected(&error))
+        return true;
+    QApplication::beep();
+    QMessageBox::critical(this, QStringLiteral("错误"),
+                          QStringLiteral("无法连接数据库服务器（服务器可能已经停止，或者网络中断）。"
+                                         "请确认服务器已经启动后再试，不必重新启动本程序。"));
+    return false;
+}
 
-void mainWindow::slotClearData() { openForm(new frmClearData(this)); }
-void mainWindow::slotUserChangePWD() { openForm(new frmUserChangePWD(this)); }
-void mainWindow::slotManageUser() { openForm(new frmManageUser(this)); }
-void mainWindow::slotSetField() { openForm(new frmSetField(this)); }
-void mainWindow::slotManageSelectedItem() { openForm(new frmManageSelectedItem(this)); }
+template <typename Form>
+void mainWindow::openDatabaseForm()
+{
+    if (serverReachable())
+        openForm(new Form(this));
+}
+
+void mainWindow::slotRegisterLease() { openDatabaseForm<frmRegisterLease>(); }
+void mainWindow::slotViewLease() { openDatabaseForm<frmViewLease>(); }
+void mainWindow::slotSearchLease() { openDatabaseForm<frmSearchLease>(); }
+void mainWindow::slotSetPrintItem() { openDatabaseForm<frmSetPrintItem>(); }
+
+void mainWindow::slotClearData() { openDatabaseForm<frmClearData>(); }
+void mainWindow::slotUserChangePWD() { openDatabaseForm<frmUserChangePWD>(); }
+void mainWindow::slotManageUser() { openDatabaseForm<frmManageUser>(); }
+void mainWindow::slotSetField() { openDatabaseForm<frmSetField>(); }
+void mainWindow::slotManageSelectedItem() { openDatabaseForm<frmManageSelectedItem>(); }
 void mainWindow::slotSetBackground() { openForm(new frmSetBackground(this)); }
 void mainWindow::slotManageServer() { openForm(new frmManageServer(this)); }
 
@@ -377,6 +399,8 @@ void mainWindow::slotRestoreData()
 
 void mainWindow::slotViewLog()
 {
+    if (!serverReachable())
+        return;
     auto *view = new myTableView;
     auto *model = new QSqlQueryModel(view);
     model->setQuery(QStringLiteral("SELECT * FROM log"), m_database.handle());

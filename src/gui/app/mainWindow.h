@@ -95,6 +95,11 @@ private:
     // A plain widget (log table, help text) in a sub-window of a fixed size.
     void showFixedWindow(QWidget *content, const QString &title, const QSize &size);
     void stopStartedServer();
+    // Whether the server answers (reconnecting after a restart); tells the
+    // operator when it does not.
+    bool serverReachable();
+    template <typename Form>
+    void openDatabaseForm();
 
     myDatabase m_database;
     messageBoxReporter m_reporter;

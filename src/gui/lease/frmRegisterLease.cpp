@@ -8,8 +8,10 @@
 #include "objPrint.h"
 #include "operationLog.h"
 #include "registrationSql.h"
+#include "sqlText.h"
 
 #include <QApplication>
+#include <QColor>
 #include <QComboBox>
 #include <QDateEdit>
 #include <QFormLayout>
@@ -33,6 +35,9 @@ static const QString modeAdd = QStringLiteral("增加");
 static const QString modeEdit = QStringLiteral("修改");
 static const QString modeDelete = QStringLiteral("删除");
 static const QString requiredTip = QStringLiteral("不允许空");
+// How many entries of a choice box are the column's own list; a stored value
+// the list lacks is appended after them while its record is shown.
+static const char *const choicesOffered = "choicesOffered";
 
 frmRegisterLease::frmRegisterLease(formHost *host, QWidget *parent)
     : QWidget(parent), m_host(host)
@@ -142,6 +147,7 @@ QGroupBox *frmRegisterLease::buildPartyGroup(const QString &title, const QString
         case columnKind::Choice: {
             auto *combo = new QComboBox;
             combo->addItems(myTools::enumValues(c.type));
+            combo->setProperty(choicesOffered, combo->count());
             widget = combo;
             break;
         }
@@ -220,14 +226,38 @@ void frmRegisterLease::showValue(const field &f, const QString &value)
         line->setText(value);
         line->setCursorPosition(0); // show a long address from its beginning
     } else if (f.kind == QLatin1String("comb")) {
-        // The boxes are not editable, so this leaves the current selection
-        // as it is: a loaded record shows the choice last made on the form.
-        // Operators' saved records depend on that, so it stays.
-        static_cast<QComboBox *>(f.widget)->setEditText(value);
+        showChoice(static_cast<QComboBox *>(f.widget), value);
     } else if (f.kind == QLatin1String("spin")) {
         // No row or NULL reads as 0, which the spin box raises to its minimum 1.
         static_cast<QSpinBox *>(f.widget)->setValue(value.toInt());
     }
+}
+
+// A loaded record shows what is stored: a save of a changed telephone number
+// must not turn a stored 车库 into whatever was chosen last. A stored value
+// the list no longer offers (or cannot show, the list having lost some of its
+// letters) is shown as it is, set apart, and saved back unchanged; nothing
+// stored (NULL) shows as no choice and stays NULL.
+void frmRegisterLease::showChoice(QComboBox *combo, const QString &value)
+{
+    const int offered = combo->property(choicesOffered).toInt();
+    while (combo->count() > offered)
+        combo->removeItem(combo->count() - 1);
+    if (value.isEmpty()) {
+        combo->setCurrentIndex(-1);
+        return;
+    }
+    int index = -1;
+    for (int i = 0; i < offered && index < 0; ++i)
+        if (combo->itemText(i) == value)
+            index = i;
+    if (index < 0) {
+        combo->addItem(value);
+        index = combo->count() - 1;
+        combo->setItemData(index, QColor(Qt::darkGray), Qt::ForegroundRole);
+        combo->setItemData(index, QStringLiteral("保存的值，不在当前的选择项目中"), Qt::ToolTipRole);
+    }
+    combo->setCurrentIndex(index);
 }
 
 QString frmRegisterLease::sqlValue(const field &f)
@@ -243,9 +273,8 @@ QString frmRegisterLease::sqlValue(const field &f)
 
 bool frmRegisterLease::loadRecord(const QString &number)
 {
-    QSqlQuery query = m_host->database().query();
-    query.exec(QStringLiteral("SELECT 登记日期,有效日起,有效日止,收费金额 FROM lease WHERE ")
-               + leaseSql::numberIs(number));
+    QSqlQuery query = m_host->database().select(QStringLiteral("SELECT 登记日期,有效日起,有效日止,收费金额 FROM lease WHERE ")
+                                                + leaseSql::numberIs(number));
     if (!query.next())
         return false;
     dateDJRQ->setDate(query.value(0).toDate());
@@ -269,8 +298,8 @@ void frmRegisterLease::loadParty(const QGroupBox *group, const QString &number)
         QStringList columns;
         for (const field &f : fields)
             columns << f.column;
-        QSqlQuery query = m_host->database().query();
-        if (query.exec(QStringLiteral("SELECT ") + columns.join(QLatin1Char(',')) + where)) {
+        QSqlQuery query = m_host->database().select(QStringLiteral("SELECT ") + columns.join(QLatin1Char(',')) + where);
+        if (query.isActive()) {
             const bool found = query.next();
             for (int i = 0; i < fields.size(); ++i)
                 showValue(fields.at(i), found ? query.value(i).toString() : QString());
@@ -280,8 +309,7 @@ void frmRegisterLease::loadParty(const QGroupBox *group, const QString &number)
         // whole statement; reading field by field then empties only that one.
     }
     for (const field &f : fields) {
-        QSqlQuery query = m_host->database().query();
-        query.exec(QStringLiteral("SELECT ") + f.column + where);
+        QSqlQuery query = m_host->database().select(QStringLiteral("SELECT ") + f.column + where);
         showValue(f, query.next() ? query.value(0).toString() : QString());
     }
 }
@@ -290,10 +318,20 @@ void frmRegisterLease::resetRecord()
 {
     // Only the text fields: spin boxes have a line edit inside too, and
     // clearing it would blank the number on screen while its value stays.
+    // Choices keep what was chosen, unless that was a stored value the list
+    // does not offer: a new lease starts from the list's first entry then.
     for (const QGroupBox *group : qAsConst(m_partyGroups)) {
-        for (const field &f : fieldsOf(group))
-            if (auto *line = qobject_cast<QLineEdit *>(f.widget))
+        for (const field &f : fieldsOf(group)) {
+            if (auto *line = qobject_cast<QLineEdit *>(f.widget)) {
                 line->clear();
+            } else if (auto *combo = qobject_cast<QComboBox *>(f.widget)) {
+                const int offered = combo->property(choicesOffered).toInt();
+                if (combo->currentIndex() >= offered || combo->currentIndex() < 0)
+                    combo->setCurrentIndex(offered > 0 ? 0 : -1);
+                while (combo->count() > offered)
+                    combo->removeItem(combo->count() - 1);
+            }
+        }
     }
     const QDate today = m_host->workDate();
     dateDJRQ->setDate(today);
@@ -355,9 +393,21 @@ void frmRegisterLease::applyButtonState()
 
 void frmRegisterLease::btAddClicked()
 {
+    // Without the highest number there is no next one to propose: the first
+    // serial of the year would only collide with those already issued.
+    QSqlError error;
+    const QString number =
+        myTools::nextRegisterNumber(m_host->database(), m_host->region(), m_host->workDate(), &error);
+    if (number.isEmpty()) {
+        QApplication::beep();
+        QMessageBox::critical(this, QStringLiteral("错误"),
+                              QStringLiteral("无法读取已有的最大登记编号，没有给出新的登记编号：")
+                                  + registrationSql::problemText(error) + QStringLiteral("。请稍后再按“增加”。"));
+        return;
+    }
     resetRecord();
     spinFee->setValue(appSettings::defaultFee());
-    linDJBH->setText(myTools::nextRegisterNumber(m_host->database(), m_host->region(), dateDJRQ->date()));
+    linDJBH->setText(number);
     setMode(modeAdd);
     m_partyGroups.first()->setFocus();
 }
@@ -422,6 +472,9 @@ void frmRegisterLease::btYesClicked()
         return;
     }
 
+    if (m_mode != modeDelete && !fitsConnection())
+        return;
+
     QSqlError error;
     if (m_host->database().runInTransaction(saveStatements(number), &error)) {
         m_host->showStatus(QStringLiteral("数据保存OK."), 3000);
@@ -431,10 +484,49 @@ void frmRegisterLease::btYesClicked()
         return;
     }
     QApplication::beep();
-    const registrationSql::refusal message = registrationSql::saveErrorMessage(error.databaseText());
+    if (m_mode == modeAdd && registrationSql::isDuplicateNumber(error) && proposeFreeNumber(number))
+        return;
+    const registrationSql::refusal message = registrationSql::saveErrorMessage(error);
     QMessageBox::critical(this, QStringLiteral("错误"), message.text);
     if (message.focusNumber)
         linDJBH->setFocus();
+}
+
+bool frmRegisterLease::proposeFreeNumber(const QString &taken)
+{
+    // Another workstation saved this number since 增加 proposed it. The clerk
+    // keeps everything typed: the next free number takes its place, and one
+    // more 确定 saves.
+    const QString next = myTools::nextRegisterNumber(m_host->database(), m_host->region(), m_host->workDate());
+    if (next.isEmpty() || next == taken)
+        return false;
+    linDJBH->setText(next);
+    QMessageBox::critical(this, QStringLiteral("错误"),
+                          QStringLiteral("已有此登记编号（%1），可能是另一台工作站刚刚保存了它。已改用下一个可用编号 %2，"
+                                         "所填内容不变，请核对后再按“确定”保存。")
+                              .arg(taken, next));
+    return true;
+}
+
+bool frmRegisterLease::fitsConnection()
+{
+    // The server would refuse such a character with an English text that
+    // names no field the clerk knows; saying which field is quicker.
+    for (const QGroupBox *group : qAsConst(m_partyGroups)) {
+        for (const field &f : fieldsOf(group)) {
+            auto *line = qobject_cast<QLineEdit *>(f.widget);
+            if (!line || sqlText::fitsConnection(line->text()))
+                continue;
+            QApplication::beep();
+            QMessageBox::critical(this, QStringLiteral("错误"),
+                                  QStringLiteral("“") + f.column
+                                      + QStringLiteral("”中有数据库不能保存的字符（扩展区的生僻字或表情符号），"
+                                                       "请改用常用字后保存。"));
+            line->setFocus();
+            return false;
+        }
+    }
+    return true;
 }
 
 QStringList frmRegisterLease::saveStatements(const QString &number) const

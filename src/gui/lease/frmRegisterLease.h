@@ -5,6 +5,7 @@
 #include <QString>
 #include <QWidget>
 
+class QComboBox;
 class QDateEdit;
 class QGroupBox;
 class QLineEdit;
@@ -69,6 +70,7 @@ private:
     };
     static QList<field> fieldsOf(const QGroupBox *group);
     static void showValue(const field &f, const QString &value);
+    static void showChoice(QComboBox *combo, const QString &value);
     static QString sqlValue(const field &f);
 
     QWidget *buildNumberFrame();
@@ -81,6 +83,8 @@ private:
     void applyButtonState();
     bool armChange();
     QStringList saveStatements(const QString &number) const;
+    bool proposeFreeNumber(const QString &taken);
+    bool fitsConnection();
 
     formHost *m_host;
     QString m_mode;

@@ -3,6 +3,9 @@
 #include "leaseQuery.h"
 #include "formHost.h"
 #include "queryForm.h"
+#include "sqlText.h"
+
+#include <QApplication>
 
 #include <QDateEdit>
 #include <QGridLayout>
@@ -63,6 +66,11 @@ void frmSearchLease::btSearchClicked()
     const QString keyword = m_keyword->text().trimmed();
     if (keyword.isEmpty())
         return;
+    if (!sqlText::fitsConnection(keyword)) {
+        QApplication::beep();
+        m_host->showStatus(QStringLiteral("关键字中有数据库不能查找的字符（扩展区的生僻字或表情符号），请改用常用字。"), 3000);
+        return;
+    }
     queryForm::showResult(&m_query, m_table, leaseQuery::search(keyword, m_from->date(), m_to->date()));
     m_host->showStatus(
         QStringLiteral("信息：共搜索到 ") + QString::number(m_table->rowCount()) + QStringLiteral("条记录."), 3000);
