@@ -70,9 +70,13 @@ CREATE TRIGGER lease_delete_leasein AFTER DELETE ON lease FOR EACH ROW
 CREATE TRIGGER lease_delete_leasehouse AFTER DELETE ON lease FOR EACH ROW
   DELETE FROM leasehouse WHERE 登记编号=CONCAT(OLD.地区,OLD.年度*100000+OLD.编号);
 
--- Operation log: who did what, when (server time).
+-- Operation log: who did what, when (server time). The key is invisible, so
+-- "SELECT * FROM log" shows the three columns; it lets a replicated server
+-- clear the log without locking out other workstations' saves.
 CREATE TABLE log (
   日期 datetime     NOT NULL,
   用户 varchar(60)  DEFAULT NULL,
-  描述 varchar(255) DEFAULT NULL
+  描述 varchar(255) DEFAULT NULL,
+  序号 bigint unsigned NOT NULL AUTO_INCREMENT INVISIBLE,
+  PRIMARY KEY (序号)
 ) ENGINE=InnoDB DEFAULT CHARSET=utf8;

@@ -239,8 +239,16 @@ mainWindow *login(const QString &name, const QString &password)
     return window;
 }
 
+static bool s_presetRegion = true;
+
+void presetRegion(bool on) { s_presetRegion = on; }
+
 void submitLogin(mainWindow *window, const QString &name, const QString &password, const QString &host)
 {
+    // An office's settings name its region; without one the login would ask
+    // a supervisor for it in a modal dialog.
+    if (s_presetRegion && !appSettings::hasRegion())
+        appSettings::setValue(appSettings::key::region, QStringLiteral("000000"));
     auto *form = window->findChild<frmLogin *>();
     if (!form)
         qFatal("no login form");

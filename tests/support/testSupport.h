@@ -93,6 +93,10 @@ QString tableCounts();
 // Builds the main window and logs in through its real login form with host
 // "localhost". The caller owns the window.
 mainWindow *login(const QString &name = QStringLiteral("root"), const QString &password = QString());
+// Whether submitLogin first writes the region 000000 into a settings file
+// that has none (the default), as every office's settings have one; off for
+// tests of the region prompt itself.
+void presetRegion(bool on);
 // Fills the open login form of a shown window and presses 登录(&L); a null
 // host leaves the server field as the form filled it.
 void submitLogin(mainWindow *window, const QString &name, const QString &password,

@@ -2,6 +2,9 @@
 #include "gbText.h"
 #include "installPaths.h"
 
+#include <QDateTime>
+#include <QFile>
+
 namespace appSettings {
 
 // The folder decides where automatic backups go too, so a benchmark's
@@ -25,6 +28,41 @@ void setValue(QSettings &settings, const setting &s, const QVariant &v) { settin
 
 void setValue(const setting &s, const QVariant &v) { setValue(*open(), s, v); }
 
-int defaultFee() { return value(key::price).toInt(); }
+int defaultFee()
+{
+    // Read as a number: "abc" would count as 0, and a fee the fee box cannot
+    // even hold would be proposed for every new lease.
+    bool ok = false;
+    const int fee = value(key::price).toString().trimmed().toInt(&ok);
+    return ok && fee >= 1 && fee <= 99999 ? fee : key::price.fallback.toInt();
+}
+
+bool isRegionCode(const QString &text)
+{
+    if (text.size() != 6)
+        return false;
+    for (const QChar c : text)
+        if (c < QLatin1Char('0') || c > QLatin1Char('9'))
+            return false;
+    return true;
+}
+
+bool hasRegion() { return open()->contains(key::region.name); }
+
+QString setAsideIfUnreadable()
+{
+    const QString file = path();
+    if (!QFile::exists(file))
+        return QString();
+    {
+        QSettings probe(file, QSettings::IniFormat);
+        probe.setIniCodec(gbText::codec());
+        if (probe.status() != QSettings::FormatError)
+            return QString();
+    }
+    const QString aside = file + QStringLiteral(".damaged-")
+        + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss"));
+    return QFile::rename(file, aside) ? aside : QString();
+}
 
 } // namespace appSettings

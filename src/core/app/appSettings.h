@@ -64,8 +64,22 @@ QVariant value(const setting &s);
 void setValue(QSettings &settings, const setting &s, const QVariant &v);
 void setValue(const setting &s, const QVariant &v);
 
-// The fee, in whole yuan, that a new registration proposes (默认收费金额).
+// The fee, in whole yuan, that a new registration proposes (默认收费金额):
+// the stored one when it is a whole number from 1 to 99999, else 120.
 int defaultFee();
+
+// A region code is six digits: it is the start of every registration number.
+bool isRegionCode(const QString &text);
+// Whether the file names a region code of its own (absent on a new office's
+// first start; the default 000000 then stands in).
+bool hasRegion();
+
+// A settings file Qt cannot read as an ini file (a copy gone wrong, a disk
+// fault) is moved aside under a name of its own, so the program starts from
+// the defaults and the damaged file can still be looked at; a readable file
+// is never touched. Returns the name it was moved to, or an empty text when
+// the file was fine or absent.
+QString setAsideIfUnreadable();
 
 } // namespace appSettings
 

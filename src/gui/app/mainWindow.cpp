@@ -14,6 +14,7 @@
 #include "frmSetBackground.h"
 #include "frmSetField.h"
 #include "frmSetPrintItem.h"
+#include "frmSetRegion.h"
 #include "frmUserChangePWD.h"
 #include "frmViewLease.h"
 #include "gbText.h"
@@ -22,6 +23,7 @@
 #include "myTools.h"
 #include "operationLog.h"
 #include "reporter.h"
+#include "schemaUpgrade.h"
 
 #include <QAction>
 #include <QApplication>
@@ -65,10 +67,18 @@ mainWindow::mainWindow(QWidget *parent)
     createStatusBar();
 
     setLevel(10);
+    // Before anything reads it: an unreadable file is moved aside, and the
+    // operator learns why the program starts from its defaults.
+    const QString damaged = appSettings::setAsideIfUnreadable();
     readSettings();
     applyBackground();
 
     openForm(new frmLogin(this));
+    if (!damaged.isEmpty())
+        QMessageBox::warning(this, QStringLiteral("警告"),
+                             QStringLiteral("设置文件无法读取，已改名保存为“%1”。程序使用默认设置，"
+                                            "登录后请重新设置地区代码、服务器和打印控制。")
+                                 .arg(damaged));
 }
 
 mainWindow::~mainWindow()
@@ -214,6 +224,10 @@ void mainWindow::applyLevel()
             action->setEnabled(n == 0 || n >= m_level);
         }
     }
+    // Without the office's region code every number would be refused or,
+    // worse, issued under another region's code.
+    if (m_level <= 3 && !m_regionSet)
+        actRegisterLease->setEnabled(false);
 }
 
 void mainWindow::setBackground(const QString &file, bool display, bool fill)
@@ -268,12 +282,39 @@ void mainWindow::afterLogin(const QString &databaseName)
     m_operatorLabel->setText(QStringLiteral("操作员：") + m_operatorName);
 
     m_level = myTools::operatorLevel(m_database, account, m_database.databaseName());
+    if (m_level <= 1)
+        schemaUpgrade::ensureLogKey(m_database); // a supervisor's rights are needed; others never try
+    checkRegion();
     m_levelLabel->setText(QStringLiteral("权限：") + myTools::levelName(m_level));
 
     applyLevel();
     applyBackground();
     m_database.writeLog(m_operatorName, QStringLiteral("登录系统"));
     showMaximized();
+}
+
+void mainWindow::checkRegion()
+{
+    m_regionSet = appSettings::isRegionCode(m_region) && appSettings::hasRegion();
+    if (m_regionSet)
+        return;
+    if (m_level > 1) {
+        QMessageBox::warning(this, QStringLiteral("警告"),
+                             QStringLiteral("本机还没有设置本单位的地区代码（登记编号的前6位），暂时不能办理登记备案。"
+                                            "请主管登录本机设置。"));
+        return;
+    }
+    frmSetRegion dialog(m_region, m_company, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    {
+        const auto settings = appSettings::open();
+        appSettings::setValue(*settings, appSettings::key::region, dialog.region());
+        appSettings::setValue(*settings, appSettings::key::company, dialog.company());
+    }
+    m_region = dialog.region();
+    m_company = dialog.company();
+    m_regionSet = true;
 }
 
 void mainWindow::showStatus(const QString &text, int timeoutMs) { statusBar()->showMessage(text, timeoutMs); }

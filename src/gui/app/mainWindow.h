@@ -95,6 +95,9 @@ private:
     // A plain widget (log table, help text) in a sub-window of a fixed size.
     void showFixedWindow(QWidget *content, const QString &title, const QSize &size);
     void stopStartedServer();
+    // Asks a supervisor for the region code when the settings hold no valid
+    // one; anyone else is told and cannot register until it is set.
+    void checkRegion();
     // Whether the server answers (reconnecting after a restart); tells the
     // operator when it does not.
     bool serverReachable();
@@ -108,6 +111,7 @@ private:
     QString m_operatorName;
     QString m_region;
     QString m_company;
+    bool m_regionSet = false;
     QString m_bgFile;
     bool m_bgDisplay = false;
     bool m_bgFill = true;
