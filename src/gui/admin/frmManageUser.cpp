@@ -240,9 +240,11 @@ void frmManageUser::markExcess()
         // The text stays "name--level", which the selection reads.
         item->setData(Qt::ForegroundRole, QColor(Qt::darkRed));
         item->setIcon(style()->standardIcon(QStyle::SP_MessageBoxWarning));
-        item->setToolTip(QStringLiteral("此账户（登录后的级别：%1）的权限超出其级别所需：\n").arg(myTools::levelName(level))
-                         + excess.join(QLatin1Char('\n'))
-                         + QStringLiteral("\n请点“收紧权限”收回多余的权限（密码不变）。"));
+        // Rich text, so that a long list of rights wraps inside the tip.
+        item->setToolTip(QStringLiteral("<qt>此账户（登录后的级别：%1）的权限超出其级别所需：<br>")
+                             .arg(myTools::levelName(level))
+                         + excess.join(QLatin1Char('\n')).toHtmlEscaped().replace(QLatin1Char('\n'), QStringLiteral("<br>"))
+                         + QStringLiteral("<br>请点“收紧权限”收回多余的权限（密码不变）。</qt>"));
     }
     m_hasExcess = any;
     btAddEnableChanged();
