@@ -224,9 +224,12 @@ QString tableCounts()
 void createOperator(const QString &displayName, const QString &password, int level)
 {
     const QString account = myTools::accountName(displayName);
-    QStringList statements = operatorSql::grantStatements(
-        account, operatorSql::levelTexts().value(3 - level), QStringLiteral("zelnor"));
-    statements << operatorSql::setPasswordSql(account, QStringLiteral("%"), password);
+    QStringList statements = operatorSql::grantStatements(account, operatorSql::levelText(level),
+                                                          QStringLiteral("zelnor"));
+    // The password goes into the literal as the callers write it (an
+    // apostrophe already doubled), not through the dialog's escaping.
+    statements << QStringLiteral("SET PASSWORD FOR '") + account + QStringLiteral("'@'%' = PASSWORD('") + password
+            + QStringLiteral("')");
     for (const QString &sql : statements)
         exec(sql);
 }

@@ -68,8 +68,9 @@ bool exec(const QString &sql, QString *error = nullptr);
 QVariant scalar(const QString &sql);
 int count(const QString &tableAndCondition);
 
-// Creates an operator account the way operator management does (account
-// name hex-encoded), with the grants of the given level: 1 主管, 2 操作, 3 浏览.
+// Creates an operator account with the grants operator management gives
+// (account name hex-encoded) at the given level: 1 主管, 2 操作, 3 浏览. The
+// password is the inside of an SQL string literal: an apostrophe doubled.
 void createOperator(const QString &displayName, const QString &password, int level);
 
 // One registration written straight into the tables. Party rows are written

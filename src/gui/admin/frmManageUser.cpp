@@ -3,7 +3,7 @@
 #include "formHost.h"
 #include "myDatabase.h"
 #include "myTools.h"
-#include "operationLog.h"
+#include "operatorAccounts.h"
 #include "operatorSql.h"
 
 #include <QApplication>
@@ -15,11 +15,16 @@
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QSqlError>
 #include <QSqlQuery>
+#include <QStyle>
 #include <QVBoxLayout>
 
 static const QString separator = QStringLiteral("--");
+// Item data: the account, its level as read back, and its rights beyond
+// that level.
+static constexpr int accountRole = Qt::UserRole;
+static constexpr int levelRole = Qt::UserRole + 1;
+static constexpr int excessRole = Qt::UserRole + 2;
 
 frmManageUser::frmManageUser(formHost *host, QWidget *parent)
     : QWidget(parent), m_host(host), m_database(host->database().databaseName())
@@ -41,6 +46,8 @@ frmManageUser::frmManageUser(formHost *host, QWidget *parent)
     btSave = new QPushButton(QStringLiteral("确定(&S)"));
     btCancel = new QPushButton(QStringLiteral("放弃(&C)"));
     auto *btExit = new QPushButton(QStringLiteral("退出(&E)"));
+    btNarrow = new QPushButton(QStringLiteral("收紧权限(&T)"));
+    btNarrow->setToolTip(QStringLiteral("把标红的账户收回到其级别所需的权限，密码不变"));
     auto *lblNote = new QLabel(QStringLiteral("     说明：新增操作员，初始密\t\n  码为“") + operatorSql::initialPassword()
                          + QStringLiteral("”"));
 
@@ -54,6 +61,7 @@ frmManageUser::frmManageUser(formHost *host, QWidget *parent)
     buttons->addWidget(btDele, 0, 1);
     buttons->addWidget(btSave, 1, 0);
     buttons->addWidget(btCancel, 1, 1);
+    buttons->addWidget(btNarrow, 2, 0);
     buttons->addWidget(btExit, 2, 1);
     auto *right = new QVBoxLayout;
     right->addLayout(fields);
@@ -70,6 +78,7 @@ frmManageUser::frmManageUser(formHost *host, QWidget *parent)
     connect(btDele, &QPushButton::clicked, this, &frmManageUser::btDeleClicked);
     connect(btSave, &QPushButton::clicked, this, &frmManageUser::btSaveClicked);
     connect(btCancel, &QPushButton::clicked, this, &frmManageUser::btCancelClicked);
+    connect(btNarrow, &QPushButton::clicked, this, &frmManageUser::btNarrowClicked);
     connect(lstUser, &QListWidget::itemSelectionChanged, this, &frmManageUser::lstboxSelectionChanged);
     connect(this, &frmManageUser::btAddEnableChange, this, &frmManageUser::btAddEnableChanged);
 
@@ -80,9 +89,20 @@ frmManageUser::frmManageUser(formHost *host, QWidget *parent)
         accounts << query.value(0).toString();
     for (const QString &account : accounts) {
         const int level = myTools::operatorLevel(host->database(), account, m_database);
-        lstUser->addItem(myTools::displayName(account) + separator + cbxLevel->itemText(level - 1));
+        auto *item = new QListWidgetItem(myTools::displayName(account) + separator + cbxLevel->itemText(level - 1));
+        item->setData(accountRole, account);
+        item->setData(levelRole, level);
+        lstUser->addItem(item);
     }
-    btAddEnableChanged();
+    // Accounts made by earlier installations hold the whole mysql schema (and
+    // 浏览 ones write the business tables). Only root reads every account's
+    // rights, and only root is offered to narrow them.
+    const bool root = host->database().userName() == QLatin1String("root");
+    btNarrow->setVisible(root);
+    if (root)
+        markExcess();
+    else
+        btAddEnableChanged();
 }
 
 void frmManageUser::btExitClicked() { m_host->closeForm(this); }
@@ -124,6 +144,7 @@ void frmManageUser::btAddEnableChanged()
     btCancel->setEnabled(!browsing);
     linName->setEnabled(!browsing);
     cbxLevel->setEnabled(!browsing);
+    btNarrow->setEnabled(browsing && m_hasExcess);
 }
 
 void frmManageUser::lstboxSelectionChanged()
@@ -145,32 +166,86 @@ void frmManageUser::lstboxSelectionChanged()
 void frmManageUser::btSaveClicked()
 {
     const QString name = linName->text();
-    if (name.isEmpty())
-        return;
-    const QString account = myTools::accountName(name);
     const bool adding = btSave->text().contains(QStringLiteral("确定增加"));
     const QString level = cbxLevel->currentText();
-
-    QStringList statements;
-    if (adding) {
-        statements = operatorSql::grantStatements(account, level, m_database);
-        statements << operationLog::insertSql(m_host->operatorName(), QStringLiteral("增加用户：") + name);
-    } else {
-        statements << operationLog::insertSql(m_host->operatorName(), QStringLiteral("删除用户：") + name)
-                   << operatorSql::dropStatement(account);
-    }
-
-    QSqlError error;
-    if (!m_host->database().runInTransaction(statements, &error)) {
-        // GRANT and DROP USER commit on their own: a statement that worked
-        // before the failing one stays in effect.
-        QMessageBox::critical(this, QStringLiteral("错误"), error.text(), QMessageBox::Ok);
+    const operatorAccounts::outcome result = adding
+        ? operatorAccounts::add(m_host->database(), name, level, m_host->operatorName())
+        : operatorAccounts::remove(m_host->database(), name, m_host->operatorName());
+    if (!result.refusal.isEmpty()) {
+        QApplication::beep();
+        QMessageBox::warning(this, QStringLiteral("警告"), result.refusal);
+        linName->setFocus();
         return;
     }
-    if (adding) {
-        lstUser->addItem(name + separator + level);
-    } else {
-        delete lstUser->currentItem();
+    if (result.changed) {
+        if (adding) {
+            auto *item = new QListWidgetItem(name + separator + level);
+            item->setData(accountRole, myTools::accountName(name));
+            item->setData(levelRole, 3 - operatorSql::levelTexts().indexOf(level));
+            lstUser->addItem(item);
+        } else {
+            // The name in the edit is what was dropped, whichever line is selected.
+            for (QListWidgetItem *item : lstUser->findItems(name + separator, Qt::MatchStartsWith))
+                delete item;
+        }
+        backToBrowse();
     }
-    backToBrowse();
+    // A refused statement, or a log row the server did not take after the
+    // account was changed.
+    if (!result.error.isEmpty())
+        QMessageBox::critical(this, QStringLiteral("错误"), result.error, QMessageBox::Ok);
+}
+
+void frmManageUser::btNarrowClicked()
+{
+    QStringList narrowed; // an account with rights on several hosts is listed once for each
+    QStringList failures;
+    for (int row = 0; row < lstUser->count(); ++row) {
+        QListWidgetItem *item = lstUser->item(row);
+        const QString account = item->data(accountRole).toString();
+        if (item->data(excessRole).toStringList().isEmpty() || narrowed.contains(account))
+            continue;
+        const QString name = item->text().left(item->text().indexOf(separator));
+        const operatorAccounts::outcome result = operatorAccounts::narrow(
+            m_host->database(), account, name, item->data(levelRole).toInt(), m_host->operatorName());
+        if (result.error.isEmpty())
+            narrowed << account;
+        else
+            failures << name + QStringLiteral("：") + result.error;
+    }
+    markExcess();
+    if (!failures.isEmpty())
+        QMessageBox::critical(this, QStringLiteral("错误"), failures.join(QLatin1Char('\n')), QMessageBox::Ok);
+    else
+        m_host->showStatus(QStringLiteral("已收紧%1个操作员的权限。").arg(narrowed.size()), 3000);
+}
+
+void frmManageUser::markExcess()
+{
+    bool any = false;
+    for (int row = 0; row < lstUser->count(); ++row) {
+        QListWidgetItem *item = lstUser->item(row);
+        const int level = item->data(levelRole).toInt();
+        const QStringList excess = level >= 1 && level <= 3
+            ? operatorAccounts::excessRights(m_host->database(), item->data(accountRole).toString(), level, m_database)
+            : QStringList();
+        item->setData(excessRole, excess);
+        if (excess.isEmpty()) {
+            item->setData(Qt::ForegroundRole, QVariant());
+            item->setIcon(QIcon());
+            item->setToolTip(QString());
+            continue;
+        }
+        any = true;
+        // The text stays "name--level", which the selection reads.
+        item->setData(Qt::ForegroundRole, QColor(Qt::darkRed));
+        item->setIcon(style()->standardIcon(QStyle::SP_MessageBoxWarning));
+        // Rich text, so that a long list of rights wraps inside the tip.
+        item->setToolTip(QStringLiteral("<qt>此账户（登录后的级别：%1）的权限超出其级别所需：<br>")
+                             .arg(myTools::levelName(level))
+                         + excess.join(QLatin1Char('\n')).toHtmlEscaped().replace(QLatin1Char('\n'), QStringLiteral("<br>"))
+                         + QStringLiteral("<br>请点“收紧权限”收回多余的权限（密码不变）。</qt>"));
+    }
+    m_hasExcess = any;
+    btAddEnableChanged();
 }

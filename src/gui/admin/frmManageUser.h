@@ -11,9 +11,10 @@ class formHost;
 
 // 操作员管理: lists the accounts that hold rights on the business database,
 // creates an operator at one of three levels with GRANT and drops one with
-// DROP USER. Browse and edit mode are told apart by whether "增加" is
-// enabled; the confirm button's caption says whether an add or a delete is
-// pending.
+// DROP USER (operatorAccounts does the work). Browse and edit mode are told
+// apart by whether "增加" is enabled; the confirm button's caption says
+// whether an add or a delete is pending. For root the list marks accounts
+// that hold more than their level needs, and "收紧权限" narrows them.
 class frmManageUser : public QWidget
 {
     Q_OBJECT
@@ -27,6 +28,7 @@ public:
     QPushButton *deleteButton() const { return btDele; }
     QPushButton *saveButton() const { return btSave; }
     QPushButton *cancelButton() const { return btCancel; }
+    QPushButton *narrowButton() const { return btNarrow; }
 
 signals:
     void btAddEnableChange();
@@ -39,9 +41,12 @@ public slots:
     void btAddEnableChanged();
     void btCancelClicked();
     void lstboxSelectionChanged();
+    void btNarrowClicked();
 
 private:
     void backToBrowse();
+    // Reads each listed account's rights and marks those beyond its level.
+    void markExcess();
 
     formHost *m_host;
     QString m_database;
@@ -52,6 +57,8 @@ private:
     QPushButton *btDele;
     QPushButton *btSave;
     QPushButton *btCancel;
+    QPushButton *btNarrow;
+    bool m_hasExcess = false;
 };
 
 #endif

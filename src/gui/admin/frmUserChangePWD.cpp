@@ -3,6 +3,7 @@
 #include "formHost.h"
 #include "myDatabase.h"
 #include "operatorSql.h"
+#include "sqlText.h"
 
 #include <QApplication>
 #include <QGridLayout>
@@ -83,6 +84,13 @@ void frmUserChangePWD::btYesClicked()
         return;
     }
     const QString password = linNew->text();
+    if (!sqlText::fitsConnection(password)) {
+        QMessageBox::critical(this, QStringLiteral("警告"),
+                              QStringLiteral("新密码中有数据库无法保存的字（生僻字或表情符号），请换一个密码。"));
+        linNew->setFocus();
+        QApplication::beep();
+        return;
+    }
     QSqlQuery query = db.query();
     if (!query.exec(operatorSql::setPasswordSql(db.userName(), db.hostName(), password))) {
         QMessageBox::critical(this, QStringLiteral("错误"), query.lastError().text());

@@ -1,0 +1,867 @@
+// Operators on the real server: account names, levels from real grants,
+// what each level's account may do and the server refuses, operator
+// management and password changes driven as an office drives them, and
+// the narrowing of accounts made by earlier installations.
+#include "adminDriver.h"
+#include "desktopFit.h"
+#include "frmManageUser.h"
+#include "frmRegisterLease.h"
+#include "frmUserChangePWD.h"
+#include "mainWindow.h"
+#include "myDatabase.h"
+#include "myTableView.h"
+#include "myTools.h"
+#include "operatorAccounts.h"
+#include "operatorSql.h"
+#include "recordFormDriver.h"
+#include "testSupport.h"
+
+#include <QtTest>
+#include <QtWidgets>
+#include <memory>
+
+using testSupport::openThrough;
+
+namespace {
+
+const QString initial = QStringLiteral("580213");
+
+// The menu entries each level finds usable.
+const QStringList browseActions{"退    出", "设置背景图片", "关于", "帮助说明", "浏览查询", "搜索查询", "操作员修改密码"};
+const QStringList operateActions = browseActions + QStringList{"登记备案", "备份业务数据", "恢复业务数据", "浏览日志",
+                                                               "选择项目维护", "打印控制"};
+const QStringList allActions = operateActions + QStringList{"清理业务数据", "清理所有日志", "操作员管理", "数据字段维护",
+                                                            "默认收费金额", "配置服务器"};
+
+QStringList listLines(const frmManageUser *form)
+{
+    QStringList lines;
+    for (int i = 0; i < form->userList()->count(); ++i)
+        lines << form->userList()->item(i)->text();
+    return lines;
+}
+
+// One window at a time: each login replaces the default connection.
+int loginLevel(const QString &name, const QString &password)
+{
+    return std::unique_ptr<mainWindow>(testSupport::login(name, password))->level();
+}
+
+// The test's own root connection: the default one belongs to whoever is
+// logged in.
+myDatabase rootSide()
+{
+    myDatabase db(QStringLiteral("rootSide"));
+    if (!db.isOpen()) {
+        db.setAccount({QStringLiteral("localhost"), QStringLiteral("root"), QString(), QStringLiteral("mysql")});
+        if (!db.open())
+            qFatal("no root connection of the test's own");
+    }
+    return db;
+}
+
+bool rootExec(const QString &sql)
+{
+    QSqlError error;
+    if (rootSide().exec(sql, &error))
+        return true;
+    qWarning("%s: %s", qPrintable(sql), qPrintable(error.text()));
+    return false;
+}
+
+// The account's grants as the server states them, its name written A and
+// its password hash left out, sorted.
+QStringList grantsOf(const QString &account)
+{
+    QSqlQuery query = rootSide().query();
+    query.exec(QStringLiteral("SHOW GRANTS FOR '%1'@'%'").arg(account));
+    QStringList lines;
+    while (query.next())
+        lines << query.value(0).toString()
+                     .replace(QRegularExpression(QStringLiteral(" IDENTIFIED BY PASSWORD '[^']*'")), QString())
+                     .replace('`' + account + '`', QStringLiteral("`A`"));
+    lines.sort();
+    return lines;
+}
+
+QString passwordHash(const QString &account)
+{
+    return rootSide().scalar(QStringLiteral("SELECT GROUP_CONCAT(Host,Password) FROM mysql.user WHERE User='%1'")
+                                 .arg(account)).toString();
+}
+
+int logCount(const QString &description)
+{
+    return rootSide().scalar(QStringLiteral("SELECT COUNT(*) FROM zelnor.log WHERE 描述='%1'").arg(description)).toInt();
+}
+
+// What one connection sends to the server while this lives, read from the
+// server's general log.
+class statementLog
+{
+public:
+    explicit statementLog(const myDatabase &watched)
+        : m_thread(watched.scalar(QStringLiteral("SELECT CONNECTION_ID()")).toLongLong())
+    {
+        rootExec(QStringLiteral("SET GLOBAL general_log=OFF"));
+        rootExec(QStringLiteral("SET GLOBAL log_output='TABLE'"));
+        rootExec(QStringLiteral("TRUNCATE mysql.general_log"));
+        rootExec(QStringLiteral("SET GLOBAL general_log=ON"));
+    }
+    ~statementLog() { rootExec(QStringLiteral("SET GLOBAL general_log=OFF")); }
+    QStringList statements() const
+    {
+        QSqlQuery query = rootSide().query();
+        query.exec(QStringLiteral("SELECT argument FROM mysql.general_log WHERE command_type='Query' AND thread_id=%1")
+                       .arg(m_thread));
+        QStringList sent;
+        while (query.next())
+            sent << QString::fromUtf8(query.value(0).toByteArray());
+        return sent;
+    }
+
+private:
+    qlonglong m_thread;
+};
+
+// 增加(A), a name and a level, 确定增加(S), as an operator does.
+void addThrough(frmManageUser *form, const QString &name, const QString &level)
+{
+    form->addButton()->click();
+    form->nameEdit()->setText(name);
+    form->levelBox()->setCurrentText(level);
+    form->saveButton()->click();
+}
+
+// Picks the operator's line (or the first, when the list has none of his),
+// 删除(D, then the name as it then stands in the edit, 确定删除(S).
+void deleteThrough(frmManageUser *form, const QString &name)
+{
+    const QList<QListWidgetItem *> lines = form->userList()->findItems(name + "--", Qt::MatchStartsWith);
+    form->userList()->setCurrentItem(lines.isEmpty() ? form->userList()->item(0) : lines.first());
+    form->deleteButton()->click();
+    form->nameEdit()->setText(name);
+    form->saveButton()->click();
+}
+
+// Changes the password through 操作员修改密码 as the operator types it.
+void changePassword(mainWindow *window, const QString &old, const QString &changed)
+{
+    auto *form = openThrough<frmUserChangePWD>(window, "操作员修改密码");
+    QVERIFY(form);
+    form->oldPasswordEdit()->setText(old);
+    emit form->oldPasswordEdit()->editingFinished();
+    form->newPasswordEdit()->setText(changed);
+    emit form->newPasswordEdit()->editingFinished();
+    form->confirmEdit()->setText(changed);
+    form->yesButton()->click();
+}
+
+// The old grants, which earlier installations gave every operator.
+void createOldStyle(const QString &name, const QString &level)
+{
+    const QString a = myTools::accountName(name);
+    QVERIFY(rootExec("GRANT ALL ON mysql.* TO `" + a + "`@`%` Identified By '580213'"
+                     + (level == "主管" ? " WITH GRANT OPTION" : "")));
+    if (level == "主管")
+        QVERIFY(rootExec("GRANT ALL ON zelnor.* TO `" + a + "`@`%` WITH GRANT OPTION"));
+    else if (level == "操作")
+        QVERIFY(rootExec("Grant All On zelnor.* To '" + a + "'@'%'"));
+    else
+        QVERIFY(rootExec("Grant Select,Insert,Update,Delete,Lock Tables,Create,Create Temporary Tables,Show View,"
+                         "Create View,Alter,Index,Drop On zelnor.* To '" + a + "'@'%'"));
+}
+
+} // namespace
+
+class tst_operators : public QObject
+{
+    Q_OBJECT
+    std::unique_ptr<modalWatcher> m_boxes;
+
+    // root creates the operator through 操作员管理; no box may appear.
+    void createThroughProgram(const QString &name, const QString &level)
+    {
+        std::unique_ptr<mainWindow> root(testSupport::login());
+        auto *form = openThrough<frmManageUser>(root.get(), "操作员管理");
+        QVERIFY(form);
+        addThrough(form, name, level);
+        QCOMPARE(m_boxes->take(), QStringList());
+    }
+
+    // The new operator logs in through the login form with the initial password.
+    mainWindow *createdLogsIn(const QString &name, const QString &level)
+    {
+        createThroughProgram(name, level);
+        return testSupport::login(name, initial);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        testSupport::initApplication();
+        QVERIFY(desktopFit::installQtTranslations(qApp));
+    }
+    void init()
+    {
+        m_boxes.reset(new modalWatcher);
+        testSupport::removeSettingsFile();
+        testSupport::resetDatabase();
+    }
+    void cleanup()
+    {
+        m_boxes.reset();
+        // A failed password test must not leave root with a password the
+        // other tests do not know.
+        rootExec(QStringLiteral("SET PASSWORD FOR root@'localhost' = PASSWORD('')"));
+        rootExec(QStringLiteral("SET GLOBAL general_log=OFF"));
+        rootExec(QStringLiteral("DROP ROLE IF EXISTS 管理员角色"));
+    }
+
+    void accountName_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("account");
+        QTest::addColumn<QString>("decoded"); // what the account name reads back as
+        QTest::newRow("root stays root") << "root" << "root" << "root";
+        QTest::newRow("Root is another account") << "Root" << "526f6f74" << "Root";
+        QTest::newRow("chinese, GB18030 bytes") << "张三" << "d5c5c8fd" << "张三";
+        QTest::newRow("four-byte GB18030") << "𠀀甲" << "95328236bcd7" << "𠀀甲";
+        QTest::newRow("quote") << "O'Neil" << "4f274e65696c" << "O'Neil";
+        // Bytes below 16 give one digit, so such names do not read back.
+        QTest::newRow("control byte unpadded") << "a\tb" << "61962" << "a";
+        QTest::newRow("empty") << "" << "" << "";
+    }
+    void accountName()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, account);
+        QCOMPARE(myTools::accountName(name), account);
+        QTEST(myTools::displayName(account), "decoded");
+        // A pair that is not hex ends the name, as a zero byte would.
+        if (account != "root")
+            QTEST(myTools::displayName(account + "zz41"), "decoded");
+    }
+
+    void levelFromGrants_data()
+    {
+        QTest::addColumn<QString>("grant"); // %1 = 'account'@'%'
+        QTest::addColumn<int>("level");
+        QTest::newRow("grant option only") << "GRANT SELECT ON zelnor.* TO %1 WITH GRANT OPTION" << 1;
+        QTest::newRow("all") << "GRANT ALL ON zelnor.* TO %1" << 2;
+        QTest::newRow("drop and execute") << "GRANT DROP, EXECUTE ON zelnor.* TO %1" << 2;
+        QTest::newRow("drop without execute") << "GRANT SELECT, DROP ON zelnor.* TO %1" << 3;
+        QTest::newRow("no row for the database") << "GRANT SELECT ON mysql.* TO %1" << 3;
+        // Only database-level grants count: a global grant reads as 浏览.
+        QTest::newRow("global rights") << "GRANT ALL ON *.* TO %1 WITH GRANT OPTION" << 3;
+    }
+    void levelFromGrants()
+    {
+        QFETCH(QString, grant);
+        const QString account = myTools::accountName("王五");
+        QVERIFY(testSupport::exec(QString("CREATE USER '%1'@'%' IDENTIFIED BY 'x'").arg(account)));
+        QVERIFY(testSupport::exec(grant.arg(QString("'%1'@'%'").arg(account))));
+        QTEST(myTools::operatorLevel(myDatabase(), account, "zelnor"), "level");
+    }
+
+    void operatorLifeCycle_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("grantedAs"); // chosen in the dialog
+        QTest::addColumn<int>("level");         // read back at login
+        QTest::addColumn<QString>("listedAs");  // the label a fresh list shows
+        QTest::addColumn<QStringList>("enabled"); // the actions it finds enabled
+        QTest::newRow("主管") << "赵主管" << "主管" << 1 << "浏览" << allActions;
+        QTest::newRow("操作") << "钱操作" << "操作" << 2 << "操作" << operateActions;
+        QTest::newRow("浏览") << "孙浏览" << "浏览" << 3 << "主管" << browseActions;
+        // Its account name (61646d696e) starts with a digit and stands unquoted
+        // in the password statement.
+        QTest::newRow("ascii name") << "admin" << "操作" << 2 << "操作" << operateActions;
+    }
+    // Create through the dialog, log in with the initial password, change it
+    // through the password dialog, log in with the new one, delete the operator.
+    void operatorLifeCycle()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, grantedAs);
+        QFETCH(int, level);
+        QFETCH(QString, listedAs);
+        {
+            std::unique_ptr<mainWindow> root(testSupport::login());
+            auto *form = openThrough<frmManageUser>(root.get(), "操作员管理");
+            form->addButton()->click();
+            QVERIFY(form->nameEdit()->isEnabled() && !form->deleteButton()->isEnabled());
+            form->saveButton()->click(); // an empty name is refused, and the dialog stays
+            QCOMPARE(m_boxes->take(), QStringList{"警告|操作员姓名不能为空，请输入姓名。"});
+            QCOMPARE(form->saveButton()->text(), QString("确定增加(&S)"));
+            form->nameEdit()->setText(name);
+            form->levelBox()->setCurrentText(grantedAs);
+            form->saveButton()->click();
+            QCOMPARE(form->saveButton()->text(), QString("确定(&S)"));
+            QCOMPARE(listLines(form), QStringList{name + "--" + grantedAs});
+            QCOMPARE(listLines(openThrough<frmManageUser>(root.get(), "操作员管理")), QStringList{name + "--" + listedAs});
+        }
+        {
+            std::unique_ptr<mainWindow> window(testSupport::login(name, initial));
+            QCOMPARE(window->level(), level);
+            QFETCH(QStringList, enabled);
+            enabled.sort();
+            QCOMPARE(testSupport::enabledActions(window.get()), enabled);
+            QCOMPARE(window->statusBar()->findChildren<QLabel *>().last()->text(), "权限：" + grantedAs);
+            // The log viewer shows its times as yyyy-MM-dd hh:mm:ss.
+            window->slotViewLog();
+            auto *view = qobject_cast<myTableView *>(window->mdiArea()->subWindowList().last()->widget());
+            const QVariant when = view->model()->index(0, 0).data();
+            QCOMPARE(qobject_cast<QStyledItemDelegate *>(view->itemDelegate())->displayText(when, QLocale()),
+                     when.toDateTime().toString("yyyy-MM-dd hh:mm:ss"));
+            auto *pwd = openThrough<frmUserChangePWD>(window.get(), "操作员修改密码");
+            pwd->oldPasswordEdit()->setText("wrong");
+            emit pwd->oldPasswordEdit()->editingFinished();
+            QVERIFY(!pwd->newPasswordEdit()->isEnabled() && !pwd->yesButton()->isEnabled());
+            pwd->oldPasswordEdit()->setText(initial);
+            emit pwd->oldPasswordEdit()->editingFinished();
+            QVERIFY(pwd->newPasswordEdit()->isEnabled() && pwd->confirmEdit()->isEnabled());
+            pwd->newPasswordEdit()->setText("n3w-pw");
+            emit pwd->newPasswordEdit()->editingFinished();
+            pwd->yesButton()->click(); // confirmation still empty
+            QCOMPARE(m_boxes->lastTitle() + m_boxes->lastText(), QString("警告两次密码不一致，请重新输入！"));
+            pwd->confirmEdit()->setText("n3w-pw");
+            pwd->yesButton()->click();
+            QCOMPARE(m_boxes->boxes.size(), 1);
+            QCOMPARE(window->database().password(), QString("n3w-pw"));
+            if (level > 1) { // the dialog opened past the menu: the server refuses, nothing is added
+                auto *form = new frmManageUser(window.get());
+                window->openForm(form);
+                addThrough(form, "新人", "浏览");
+                QCOMPARE(m_boxes->lastTitle(), QString("错误"));
+                // Without the grant option it cannot even ask whether the account exists.
+                QVERIFY2(m_boxes->lastText().startsWith("Access denied for user '" + myTools::accountName(name) + "'@'%'"),
+                         qPrintable(m_boxes->lastText()));
+                QCOMPARE(listLines(form), QStringList{name + "--" + listedAs});
+                QCOMPARE(form->saveButton()->text(), QString("确定增加(&S)")); // still editing
+                QCOMPARE(passwordHash(myTools::accountName("新人")), QString());
+            }
+        }
+        QCOMPARE(loginLevel(name, "n3w-pw"), level);
+        {
+            std::unique_ptr<mainWindow> root(testSupport::login());
+            auto *form = openThrough<frmManageUser>(root.get(), "操作员管理");
+            form->userList()->setCurrentRow(0);
+            QCOMPARE(form->nameEdit()->text() + form->levelBox()->currentText(), name + listedAs);
+            form->deleteButton()->click();
+            QCOMPARE(form->saveButton()->text(), QString("确定删除(&S)"));
+            form->saveButton()->click();
+            QVERIFY(listLines(form).isEmpty());
+            QCOMPARE(testSupport::count("log WHERE 描述='删除用户：" + name + "'"), 1);
+        }
+        QCOMPARE(loginLevel(name, "n3w-pw"), 10);
+    }
+
+    // An operator's name is logged as it is written, apostrophe and all.
+    void quoteInNameIsLogged()
+    {
+        testSupport::createOperator("O'Neil", "pw", 3);
+        std::unique_ptr<mainWindow> window(testSupport::login("O'Neil", "pw"));
+        QCOMPARE(window->level(), 3);
+        window->close();
+        testSupport::connectAsRoot("zelnor");
+        QCOMPARE(testSupport::logRows(), (QStringList{"O'Neil|登录系统", "O'Neil|退出系统"}));
+        QVERIFY(m_boxes->boxes.isEmpty());
+    }
+
+    // Exactly the rights of each level, whether root or a 主管 adds the
+    // operator, read back as the level that was granted.
+    void grantsByLevel_data()
+    {
+        QTest::addColumn<QString>("addedBy");
+        QTest::addColumn<QString>("level");
+        QTest::addColumn<int>("levelAtLogin");
+        QTest::addColumn<QStringList>("grants");
+        const QStringList supervisor{"GRANT ALL PRIVILEGES ON `zelnor`.* TO `A`@`%` WITH GRANT OPTION",
+                                     "GRANT CREATE USER ON *.* TO `A`@`%` WITH GRANT OPTION",
+                                     "GRANT SELECT ON `mysql`.`db` TO `A`@`%` WITH GRANT OPTION"};
+        const QStringList operate{"GRANT ALL PRIVILEGES ON `zelnor`.* TO `A`@`%`", "GRANT SELECT ON `mysql`.`db` TO `A`@`%`",
+                                  "GRANT USAGE ON *.* TO `A`@`%`"};
+        const QStringList browse{"GRANT INSERT ON `zelnor`.`log` TO `A`@`%`", "GRANT SELECT ON `mysql`.`db` TO `A`@`%`",
+                                 "GRANT SELECT ON `zelnor`.* TO `A`@`%`", "GRANT USAGE ON *.* TO `A`@`%`"};
+        for (const QString &by : {QString("root"), QString("主管")}) {
+            QTest::addRow("%s adds 主管", qPrintable(by)) << by << "主管" << 1 << supervisor;
+            QTest::addRow("%s adds 操作", qPrintable(by)) << by << "操作" << 2 << operate;
+            QTest::addRow("%s adds 浏览", qPrintable(by)) << by << "浏览" << 3 << browse;
+        }
+    }
+    void grantsByLevel()
+    {
+        QFETCH(QString, addedBy);
+        QFETCH(QString, level);
+        const QString name = "新" + level;
+        QString actor = "root", password;
+        if (addedBy != "root") {
+            actor = "李主管";
+            password = initial;
+            createThroughProgram(actor, "主管");
+        }
+        {
+            std::unique_ptr<mainWindow> window(testSupport::login(actor, password));
+            auto *form = openThrough<frmManageUser>(window.get(), "操作员管理");
+            QVERIFY(form);
+            addThrough(form, name, level);
+            QCOMPARE(m_boxes->take(), QStringList());
+            QCOMPARE(listLines(form).last(), name + "--" + level);
+        }
+        QTEST(grantsOf(myTools::accountName(name)), "grants");
+        QCOMPARE(logCount("增加用户：" + name), 1);
+        QTEST(loginLevel(name, initial), "levelAtLogin");
+    }
+
+    // Logged in through the form as an operator the program made, each
+    // statement is allowed ("") or refused with the code given.
+    void serverRefuses_data()
+    {
+        QTest::addColumn<QString>("level");
+        QTest::addColumn<QString>("statement"); // %1: the operator's own account
+        QTest::addColumn<QString>("code");
+        const QStringList levels{"主管", "操作", "浏览"};
+        for (const QString &level : levels) {
+            const bool supervisor = level == "主管";
+            const bool browse = level == "浏览";
+            auto row = [&](const char *what, const QString &sql, const QString &code) {
+                QTest::addRow("%s: %s", qPrintable(level), what) << level << sql << code;
+            };
+            row("root's password", "SET PASSWORD FOR root@'localhost' = PASSWORD('')", "1044");
+            row("raise own level", "UPDATE mysql.db SET Grant_priv='Y' WHERE User='%1'", "1142");
+            row("read password hashes", "SELECT COUNT(*) FROM mysql.user", "1142");
+            row("create an account", "CREATE USER 'probe'@'%'", supervisor ? "" : "1227");
+            row("grant", "GRANT SELECT ON zelnor.lease TO '%1'@'%'", supervisor ? "" : "1142");
+            row("delete registrations", "DELETE FROM lease WHERE 1=0", browse ? "1142" : "");
+            row("write the log", "INSERT INTO log SET 日期=NOW(),用户='x',描述='y'", "");
+            if (browse) {
+                row("rewrite the log", "UPDATE log SET 描述='z'", "1142");
+                row("drop the log", "DROP TABLE log", "1142");
+            }
+        }
+    }
+    void serverRefuses()
+    {
+        QFETCH(QString, level);
+        QFETCH(QString, statement);
+        const QString name = "试" + level;
+        std::unique_ptr<mainWindow> window(createdLogsIn(name, level));
+        QCOMPARE(window->level(), 3 - operatorSql::levelTexts().indexOf(level));
+        QSqlError error;
+        window->database().exec(statement.arg(myTools::accountName(name)), &error);
+        QTEST(error.nativeErrorCode(), "code");
+        QVERIFY(rootSide().scalar("SELECT COUNT(*) FROM zelnor.log").toInt() > 0); // the table is still there
+    }
+
+    // For each level, through the login form: every usable entry does what it
+    // should without an error, and the level's own work goes end to end.
+    void levelMatrix_data()
+    {
+        QTest::addColumn<QString>("level");
+        QTest::addColumn<QStringList>("enabled");
+        QTest::newRow("主管") << "主管" << allActions;
+        QTest::newRow("操作") << "操作" << operateActions;
+        QTest::newRow("浏览") << "浏览" << browseActions;
+    }
+    void levelMatrix()
+    {
+        QFETCH(QString, level);
+        QFETCH(QStringList, enabled);
+        const QString name = "周" + level;
+        std::unique_ptr<mainWindow> window(createdLogsIn(name, level));
+        enabled.sort();
+        QCOMPARE(testSupport::enabledActions(window.get()), enabled);
+
+        // A window in the work area, or the title of what asks first
+        // (answered with No or Cancel).
+        const QMap<QString, QString> shows{
+            {"登记备案", "窗口"}, {"浏览查询", "窗口"}, {"搜索查询", "窗口"}, {"备份业务数据", "备份业务数据"},
+            {"恢复业务数据", "打开备份数据文件："}, {"清理业务数据", "窗口"}, {"浏览日志", "窗口"},
+            {"清理所有日志", "确认"}, {"操作员修改密码", "窗口"}, {"操作员管理", "窗口"}, {"数据字段维护", "窗口"},
+            {"选择项目维护", "窗口"}, {"默认收费金额", "对话框"}, {"打印控制", "窗口"}, {"配置服务器", "窗口"},
+            {"设置背景图片", "窗口"}, {"关于", "关于"}, {"帮助说明", "窗口"}};
+        m_boxes->answer = QMessageBox::No;
+        QStringList expected, seen;
+        for (const QString &action : enabled) {
+            if (action == "退    出")
+                continue;
+            expected << action + "|" + shows.value(action);
+            const int windows = window->mdiArea()->subWindowList().size();
+            testSupport::menuAction(window.get(), action)->trigger();
+            QStringList titles;
+            for (const auto &box : m_boxes->boxes)
+                titles << box.title;
+            m_boxes->boxes.clear();
+            seen << action + "|" + (titles.isEmpty() ? window->mdiArea()->subWindowList().size() > windows ? "窗口" : "无"
+                                                     : titles.join("+"));
+        }
+        QCOMPARE(seen, expected);
+        window->mdiArea()->closeAllSubWindows();
+        m_boxes->answer = QMessageBox::Ok;
+
+        if (level == "主管") {
+            auto *form = openThrough<frmManageUser>(window.get(), "操作员管理");
+            addThrough(form, "吴新人", "操作");
+            QCOMPARE(loginLevel("吴新人", initial), 2);
+            window.reset(testSupport::login(name, initial));
+            form = openThrough<frmManageUser>(window.get(), "操作员管理");
+            deleteThrough(form, "吴新人");
+            QCOMPARE(m_boxes->take(), QStringList());
+            QCOMPARE(passwordHash(myTools::accountName("吴新人")), QString());
+            QCOMPARE(logCount("增加用户：吴新人") + logCount("删除用户：吴新人"), 2);
+        } else if (level == "操作") {
+            frmRegisterLease *record = recordForm::open(window.get());
+            recordForm::click(record, "增加");
+            recordForm::fillRequired(record);
+            const QString number = record->numberEdit()->text();
+            recordForm::click(record, "确定");
+            QCOMPARE(m_boxes->take(), QStringList());
+            QCOMPARE(window->statusBar()->currentMessage(), QString("数据保存OK."));
+            QCOMPARE(testSupport::registration(number, "出方名称"), QString("张伟"));
+
+            QTemporaryDir dir;
+            m_boxes->handler = adminDriver::fileDialogAnswer(dir.filePath("day.sda"));
+            window->slotBackupData();
+            QCOMPARE(m_boxes->take(), QStringList{"备份业务数据"});
+            QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据备份完成！"));
+            QVERIFY(rootExec("DELETE FROM zelnor.lease"));
+            window->slotRestoreData();
+            QCOMPARE(m_boxes->take(), QStringList{"打开备份数据文件："});
+            QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据恢复完成，请重新登录！"));
+            QCOMPARE(testSupport::registration(number, "出方名称"), QString("张伟"));
+        } else {
+            // His login and exit are logged with his own account.
+            window->close();
+            QCOMPARE(rootSide().scalar("SELECT GROUP_CONCAT(描述) FROM zelnor.log WHERE 用户='" + name + "'").toString(),
+                     QString("登录系统,退出系统"));
+        }
+        QCOMPARE(m_boxes->take(), QStringList());
+    }
+
+    // Refused before anything is sent that could change an account; the box
+    // says why. What the check itself asks is listed.
+    void addRefused_data()
+    {
+        QTest::addColumn<QString>("addedBy");
+        QTest::addColumn<QString>("existing"); // how the name already exists
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QStringList>("sent"); // %1: the name's account
+        const QString exists = "操作员“%1”已经存在，不能重复增加。要改变其级别，请先删除再增加。";
+        const QString byRoot = "SELECT COUNT(*) FROM mysql.user WHERE User='%1'";
+        const QStringList bySupervisor{byRoot, "SELECT COUNT(*) FROM mysql.db WHERE User='%1'"};
+        QTest::newRow("root") << "root" << "" << "root" << "“root”是数据库服务器的管理员账户，不能作为操作员增加。"
+                              << QStringList();
+        QTest::newRow("empty") << "root" << "" << "" << "操作员姓名不能为空，请输入姓名。" << QStringList();
+        QTest::newRow("blanks") << "root" << "" << "  　 " << "操作员姓名不能为空，请输入姓名。" << QStringList();
+        QTest::newRow("tab") << "root" << "" << "王\t五" << "操作员姓名中有制表符等不能用作账户名的字符，请修改。"
+                             << QStringList();
+        QTest::newRow("four-byte character") << "root" << "" << "𠀀甲"
+                                             << "操作员姓名中有数据库无法保存的字（生僻字或表情符号），请换一种写法。"
+                                             << QStringList();
+        QTest::newRow("41 bytes") << "root" << "" << QString(41, 'x')
+                                  << "操作员姓名太长：账户名最多80个字符，即40个字节（约20个汉字），请缩短。"
+                                  << QStringList();
+        QTest::newRow("made by the program") << "root" << "program" << "孙浏览" << exists.arg("孙浏览")
+                                             << QStringList{byRoot};
+        QTest::newRow("on another host") << "root" << "localhost" << "孙浏览" << exists.arg("孙浏览")
+                                         << QStringList{byRoot};
+        QTest::newRow("主管: made by the program") << "主管" << "program" << "孙浏览" << exists.arg("孙浏览")
+                                                   << bySupervisor;
+        // Without rights on any database the account has no row in mysql.db.
+        QTest::newRow("主管: made by hand") << "主管" << "by hand" << "孙浏览" << exists.arg("孙浏览")
+                                            << bySupervisor + QStringList{"REVOKE USAGE ON *.* FROM '%1'@'%'"};
+    }
+    void addRefused()
+    {
+        QFETCH(QString, addedBy);
+        QFETCH(QString, existing);
+        QFETCH(QString, name);
+        const QString account = myTools::accountName(name);
+        if (existing == "program")
+            createThroughProgram(name, "浏览");
+        else if (existing == "localhost")
+            QVERIFY(rootExec("CREATE USER '" + account + "'@'localhost' IDENTIFIED BY 'keep'"));
+        else if (existing == "by hand")
+            QVERIFY(rootExec("CREATE USER '" + account + "'@'%' IDENTIFIED BY 'keep'"));
+        QString actor = "root", password;
+        if (addedBy != "root") {
+            actor = "李主管";
+            password = initial;
+            createThroughProgram(actor, "主管");
+        }
+        const QString hashes = passwordHash(account);
+        const int accounts = rootSide().scalar("SELECT COUNT(*) FROM mysql.user").toInt();
+        std::unique_ptr<mainWindow> window(testSupport::login(actor, password));
+        auto *form = openThrough<frmManageUser>(window.get(), "操作员管理");
+        const QStringList listed = listLines(form);
+        QStringList recorded;
+        {
+            statementLog log(window->database());
+            addThrough(form, name, "主管");
+            recorded = log.statements();
+        }
+        QFETCH(QString, message);
+        QCOMPARE(m_boxes->take(), QStringList{"警告|" + message});
+        QFETCH(QStringList, sent);
+        for (QString &sql : sent)
+            sql = sql.arg(account);
+        QCOMPARE(recorded, sent);
+        QCOMPARE(passwordHash(account), hashes);
+        QCOMPARE(rootSide().scalar("SELECT COUNT(*) FROM mysql.user").toInt(), accounts);
+        QCOMPARE(listLines(form), listed);
+        QCOMPARE(form->saveButton()->text(), QString("确定增加(&S)")); // to correct the name
+        QCOMPARE(logCount("增加用户：" + name), existing == "program" ? 1 : 0);
+    }
+
+    // Names at the edge of what an account can carry are added, listed and
+    // log in; the password statement quotes the names of digits.
+    void addAccepted_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("apostrophe") << "O'Brien";
+        QTest::newRow("backslash") << "王\\五";
+        QTest::newRow("20 characters, 80 digits") << QString("欧阳").repeated(10);
+        QTest::newRow("digits only") << "12";
+        QTest::newRow("digits, e, digit") << "嶱"; // 8e50
+    }
+    void addAccepted()
+    {
+        QFETCH(QString, name);
+        createThroughProgram(name, "浏览");
+        {
+            std::unique_ptr<mainWindow> root(testSupport::login());
+            QCOMPARE(listLines(openThrough<frmManageUser>(root.get(), "操作员管理")), QStringList{name + "--主管"});
+        }
+        QCOMPARE(logCount(QString("增加用户：" + name).replace("\\", "\\\\").replace("'", "''")), 1);
+        std::unique_ptr<mainWindow> window(testSupport::login(name, initial));
+        QCOMPARE(window->level(), 3);
+        QCOMPARE(window->operatorName(), name);
+        changePassword(window.get(), initial, "x'y");
+        QCOMPARE(m_boxes->take(), QStringList());
+        QCOMPARE(loginLevel(name, "x'y"), 3);
+    }
+
+    void deleteOperator_data()
+    {
+        QTest::addColumn<QString>("by");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("box");  // title|text, or the start of a server's text
+        QTest::addColumn<bool>("dropped"); // the account is gone and the deletion logged
+        QTest::newRow("root drops an operator") << "root" << "孙浏览" << "" << true;
+        QTest::newRow("主管 drops an operator") << "李主管" << "孙浏览" << "" << true;
+        // No account, no log row: the server's refusal is all there is.
+        QTest::newRow("no such account") << "root" << "无此人" << "错误|Operation DROP USER failed for '" << false;
+        QTest::newRow("root") << "root" << "root" << "警告|“root”是数据库服务器的管理员账户，不能删除。" << false;
+        QTest::newRow("own account") << "李主管" << "李主管"
+                                     << "警告|不能删除自己正在使用的账户“李主管”：删除后可能再无人能管理操作员。"
+                                        "如确需删除，请由root或另一位主管删除。" << false;
+        QTest::newRow("empty") << "root" << "" << "警告|请先在列表中选择或输入要删除的操作员姓名。" << false;
+    }
+    void deleteOperator()
+    {
+        QFETCH(QString, by);
+        QFETCH(QString, name);
+        QFETCH(bool, dropped);
+        createThroughProgram("孙浏览", "浏览");
+        createThroughProgram("李主管", "主管");
+        std::unique_ptr<mainWindow> window(testSupport::login(by, by == "root" ? QString() : initial));
+        auto *form = openThrough<frmManageUser>(window.get(), "操作员管理");
+        const QStringList listed = listLines(form);
+        const QString account = myTools::accountName(name);
+        QStringList sent;
+        {
+            statementLog log(window->database());
+            deleteThrough(form, name);
+            sent = log.statements();
+        }
+        QFETCH(QString, box);
+        const QStringList boxes = m_boxes->take();
+        QVERIFY2(box.isEmpty() ? boxes.isEmpty() : boxes.size() == 1 && boxes[0].startsWith(box), qPrintable(boxes.join('\n')));
+        const QString drop = "DROP USER '" + account + "'@'%'";
+        const QString logged = "INSERT INTO log SET 日期=NOW(),用户='" + window->operatorName() + "',描述='删除用户：" + name + "'";
+        // The account goes first; the log row only when it went.
+        const QStringList expected = box.startsWith("警告") ? QStringList() : dropped ? QStringList{drop, logged}
+                                                                                    : QStringList{drop};
+        QCOMPARE(sent, expected);
+        QCOMPARE(logCount("删除用户：" + name), dropped ? 1 : 0);
+        if (dropped) {
+            QCOMPARE(passwordHash(account), QString());
+            QVERIFY(!listLines(form).contains(name + "--主管"));
+            QCOMPARE(listLines(form).size(), listed.size() - 1);
+        } else {
+            QCOMPARE(listLines(form), listed);
+        }
+        QCOMPARE(passwordHash(myTools::accountName("李主管")).isEmpty(), false);
+    }
+
+    // Set through 操作员修改密码 and used at the next login, as typed.
+    void passwords_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QString>("box"); // a refusal; nothing is sent then
+        QTest::newRow("apostrophe") << "钱操作" << "it's" << "";
+        QTest::newRow("backslash") << "钱操作" << "ab\\cd" << "";
+        QTest::newRow("chinese") << "钱操作" << "中文密码" << "";
+        QTest::newRow("all of them") << "钱操作" << "混'合\\密码\\'" << "";
+        QTest::newRow("empty") << "钱操作" << "" << "";
+        QTest::newRow("four-byte character") << "钱操作" << "密码𠀀"
+                                             << "警告|新密码中有数据库无法保存的字（生僻字或表情符号），请换一个密码。";
+        // Through "localhost", root's own account row.
+        QTest::newRow("root") << "root" << "r'\\根" << "";
+    }
+    void passwords()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, password);
+        QFETCH(QString, box);
+        const bool root = name == "root";
+        const QString old = root ? QString() : initial;
+        if (!root)
+            createThroughProgram(name, "操作");
+        const int level = root ? 0 : 2;
+        {
+            std::unique_ptr<mainWindow> window(testSupport::login(name, old));
+            changePassword(window.get(), old, password);
+            QCOMPARE(m_boxes->take(), box.isEmpty() ? QStringList() : QStringList{box});
+            QCOMPARE(window->statusBar()->currentMessage(), QString(box.isEmpty() ? " 密码修改成功！" : ""));
+        }
+        const QString now = box.isEmpty() ? password : old;
+        QCOMPARE(loginLevel(name, now), level);
+        if (now != old)
+            QCOMPARE(loginLevel(name, old), 10);
+        if (root) { // and back, through the dialog too
+            std::unique_ptr<mainWindow> window(testSupport::login(name, password));
+            changePassword(window.get(), password, QString());
+            QCOMPARE(m_boxes->take(), QStringList());
+            QCOMPARE(loginLevel(name, QString()), 0);
+        }
+    }
+
+    void setPasswordStatement_data()
+    {
+        QTest::addColumn<QString>("user");
+        QTest::addColumn<QString>("host");
+        QTest::addColumn<QString>("password");
+        QTest::addColumn<QString>("sql");
+        QTest::newRow("root through localhost") << "root" << "localhost" << "pw"
+                                                << "SET PASSWORD FOR root@'localhost' = PASSWORD('pw');";
+        QTest::newRow("root, upper case host") << "root" << "LocalHost" << "pw"
+                                               << "SET PASSWORD FOR root@'localhost' = PASSWORD('pw');";
+        QTest::newRow("root through an address") << "root" << "127.0.0.1" << "pw"
+                                                 << "SET PASSWORD FOR root@'%' = PASSWORD('pw');";
+        QTest::newRow("operator") << "d5c5c8fd" << "localhost" << "pw"
+                                  << "SET PASSWORD FOR d5c5c8fd@'%' = PASSWORD('pw');";
+        QTest::newRow("typed text") << "d5c5c8fd" << "db" << "a'b\\c"
+                                    << "SET PASSWORD FOR d5c5c8fd@'%' = PASSWORD('a''b\\\\c');";
+        QTest::newRow("digits") << "3132" << "db" << "pw" << "SET PASSWORD FOR '3132'@'%' = PASSWORD('pw');";
+        QTest::newRow("digits, e, digit") << "8e50" << "db" << "pw" << "SET PASSWORD FOR '8e50'@'%' = PASSWORD('pw');";
+        QTest::newRow("digits, e, letter") << "31ea" << "db" << "pw" << "SET PASSWORD FOR 31ea@'%' = PASSWORD('pw');";
+    }
+    void setPasswordStatement()
+    {
+        QFETCH(QString, user);
+        QFETCH(QString, host);
+        QFETCH(QString, password);
+        QTEST(operatorSql::setPasswordSql(user, host, password), "sql");
+    }
+
+    void excessRights_data()
+    {
+        QTest::addColumn<QString>("level");
+        QTest::addColumn<QString>("extra"); // run by root after the level's grants; %1 = 'account'@'%'
+        QTest::addColumn<QStringList>("beyond");
+        QTest::newRow("主管 as made") << "主管" << "" << QStringList();
+        QTest::newRow("操作 as made") << "操作" << "" << QStringList();
+        QTest::newRow("浏览 as made") << "浏览" << "" << QStringList();
+        QTest::newRow("global") << "主管" << "GRANT PROCESS, SUPER ON *.* TO %1" << QStringList{"全局：PROCESS, SUPER"};
+        QTest::newRow("another database") << "操作" << "GRANT SELECT ON test.* TO %1" << QStringList{"test.*：SELECT"};
+        // On the database itself the grant option would make him a 主管.
+        QTest::newRow("passes rights on") << "操作" << "GRANT SELECT ON zelnor.log TO %1 WITH GRANT OPTION"
+                                          << QStringList{"zelnor.log：GRANT OPTION"};
+        QTest::newRow("writes a table") << "浏览" << "GRANT UPDATE, DELETE ON zelnor.log TO %1"
+                                        << QStringList{"zelnor.log：UPDATE, DELETE"};
+        QTest::newRow("a column") << "浏览" << "GRANT UPDATE (描述) ON zelnor.log TO %1"
+                                  << QStringList{"zelnor.log.描述：UPDATE"};
+        QTest::newRow("writes mysql.db") << "主管" << "GRANT UPDATE ON mysql.db TO %1"
+                                         << QStringList{"mysql.db：UPDATE"};
+        QTest::newRow("a role") << "浏览" << "CREATE ROLE 管理员角色; GRANT 管理员角色 TO %1"
+                                << QStringList{"角色：管理员角色"};
+    }
+    void excessRights()
+    {
+        QFETCH(QString, level);
+        QFETCH(QString, extra);
+        const QString account = myTools::accountName("王五");
+        for (const QString &sql : operatorSql::grantStatements(account, level, "zelnor"))
+            QVERIFY(rootExec(sql));
+        for (const QString &sql : extra.split("; ", Qt::SkipEmptyParts))
+            QVERIFY(rootExec(sql.arg("'" + account + "'@'%'")));
+        const int read = myTools::operatorLevel(rootSide(), account, "zelnor");
+        QTEST(operatorAccounts::excessRights(rootSide(), account, read, "zelnor"), "beyond");
+    }
+
+    // Accounts of earlier installations keep working; root sees them marked
+    // and narrows them in one go, passwords kept.
+    void oldAccountsAreNarrowed()
+    {
+        const QStringList names{"老主管", "老操作", "老浏览"};
+        const QStringList levels{"主管", "操作", "浏览"};
+        for (int i = 0; i < 3; ++i)
+            createOldStyle(names[i], levels[i]);
+        createThroughProgram("新操作", "操作");
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(loginLevel(names[i], initial), i + 1);
+        {
+            // A 主管 of the old kind still manages operators, but is not offered the narrowing.
+            std::unique_ptr<mainWindow> window(testSupport::login("老主管", initial));
+            auto *form = openThrough<frmManageUser>(window.get(), "操作员管理");
+            QVERIFY(form->narrowButton()->isHidden());
+            addThrough(form, "老主管加的", "浏览");
+            QCOMPARE(m_boxes->take(), QStringList());
+            QCOMPARE(loginLevel("老主管加的", initial), 3);
+        }
+        std::unique_ptr<mainWindow> root(testSupport::login());
+        auto *form = openThrough<frmManageUser>(root.get(), "操作员管理");
+        QVERIFY(form->narrowButton()->isVisible() && form->narrowButton()->isEnabled());
+        QStringList marked;
+        for (int i = 0; i < form->userList()->count(); ++i) {
+            const QListWidgetItem *item = form->userList()->item(i);
+            if (item->foreground().color() == QColor(Qt::darkRed) && !item->icon().isNull())
+                marked << item->text();
+        }
+        // The list's labels, as always: 主管 shows 浏览 and 浏览 shows 主管.
+        marked.sort();
+        QCOMPARE(marked, (QStringList{"老主管--浏览", "老操作--操作", "老浏览--主管"}));
+        const QString tip = form->userList()->findItems("老浏览--", Qt::MatchStartsWith).first()->toolTip();
+        QVERIFY2(tip.contains("mysql.*：SELECT, INSERT, UPDATE") && tip.contains("zelnor.*：INSERT, UPDATE, DELETE"),
+                 qPrintable(tip));
+        form->userList()->setCurrentRow(listLines(form).indexOf("老浏览--主管"));
+        QCOMPARE(form->nameEdit()->text() + "|" + form->levelBox()->currentText(), QString("老浏览|主管"));
+
+        form->narrowButton()->click();
+        QCOMPARE(m_boxes->take(), QStringList());
+        QCOMPARE(root->statusBar()->currentMessage(), QString("已收紧3个操作员的权限。"));
+        QVERIFY(!form->narrowButton()->isEnabled());
+        for (int i = 0; i < form->userList()->count(); ++i)
+            QVERIFY(form->userList()->item(i)->toolTip().isEmpty());
+        // Exactly what the program gives a new operator of the level.
+        const QString fresh = myTools::accountName("新的");
+        for (int i = 0; i < 3; ++i) {
+            for (const QString &sql : operatorSql::grantStatements(fresh, levels[i], "zelnor"))
+                QVERIFY(rootExec(sql));
+            QCOMPARE(grantsOf(myTools::accountName(names[i])), grantsOf(fresh));
+            QVERIFY(rootExec("DROP USER '" + fresh + "'@'%'"));
+            QCOMPARE(logCount("收紧权限：" + names[i]), 1);
+        }
+        QCOMPARE(logCount("收紧权限：新操作"), 0);
+        root.reset();
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(loginLevel(names[i], initial), i + 1);
+    }
+};
+
+QTEST_MAIN(tst_operators)
+#include "tst_operators.moc"
