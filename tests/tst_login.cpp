@@ -174,6 +174,76 @@ private slots:
         QVERIFY(window->mdiArea()->subWindowList().isEmpty());
     }
 
+    // What the operator's keys do in the name box: nothing typed there is
+    // ever added to the list, completion never changes the case or the end
+    // of what was typed, Enter moves on as everywhere, and the form opens
+    // with the focus where typing is expected.
+    void nameBox_data()
+    {
+        QTest::addColumn<QStringList>("remembered");
+        QTest::addColumn<QStringList>("keys"); // typed where the focus is; <Enter>, <Tab>, <Alt+N> (the name's shortcut)
+        QTest::addColumn<QString>("openedIn"); // the field that had the focus when the form opened
+        QTest::addColumn<QString>("name");     // the name box's text afterwards
+        QTest::addColumn<QString>("endedIn");
+        QTest::newRow("nothing remembered: the name first") << QStringList{} << QStringList{"root", "<Enter>"} << "name"
+                                                            << "root" << "password";
+        QTest::newRow("a name remembered: the password first") << QStringList{"root"} << QStringList{} << "password"
+                                                               << "root" << "password";
+        QTest::newRow("a password typed into the name box by mistake")
+            << QStringList{"李四"} << QStringList{"<Alt+N>", "Root2026", "<Enter>", "<Alt+N>", "root", "<Tab>"}
+            << "password" << "root" << "password";
+        QTest::newRow("a remembered name in another case") << QStringList{"Root2026"}
+                                                           << QStringList{"<Alt+N>", "root", "<Tab>"} << "password"
+                                                           << "root" << "password";
+        QTest::newRow("a remembered name that starts the same") << QStringList{"rooted"}
+                                                                << QStringList{"<Alt+N>", "root", "<Enter>"}
+                                                                << "password" << "root" << "password";
+    }
+    void nameBox()
+    {
+        QFETCH(QStringList, remembered);
+        QFETCH(QStringList, keys);
+        {
+            auto settings = appSettings::open();
+            for (const QString &name : remembered)
+                settings->setValue("LoginUser/" + name, 1);
+        }
+        mainWindow window;
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        auto *form = window.findChild<frmLogin *>();
+        auto focusedField = [form] {
+            QWidget *focus = QApplication::focusWidget();
+            if (focus && (focus == form->nameBox() || form->nameBox()->isAncestorOf(focus)))
+                return QString("name");
+            return QString(focus == form->passwordEdit() ? "password" : "elsewhere");
+        };
+        QTEST(focusedField(), "openedIn");
+        for (const QString &key : keys) {
+            QWidget *focus = QApplication::focusWidget();
+            QVERIFY(focus);
+            if (key == "<Enter>")
+                QTest::keyClick(focus, Qt::Key_Return);
+            else if (key == "<Tab>")
+                QTest::keyClick(focus, Qt::Key_Tab);
+            else if (key == "<Alt+N>")
+                QTest::keyClick(focus, Qt::Key_N, Qt::AltModifier);
+            else
+                QTest::keyClicks(focus, key);
+            QCoreApplication::processEvents(); // the main window posts Enter on as Tab
+        }
+        QStringList listed;
+        for (int i = 0; i < form->nameBox()->count(); ++i)
+            listed << form->nameBox()->itemText(i);
+        QCOMPARE(listed, remembered);
+        QTEST(form->nameBox()->currentText(), "name");
+        QTEST(focusedField(), "endedIn");
+        // What the box holds is the account the server is asked for.
+        form->loginButton()->click();
+        QCOMPARE(window.level(), 0);
+    }
+
     void serverDialog_data()
     {
         QTest::addColumn<QByteArray>("stored"); // [Server] lines before opening
