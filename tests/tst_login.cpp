@@ -311,6 +311,40 @@ private slots:
         QVERIFY(m_boxes->boxes.isEmpty());
     }
 
+    // The server command reads whole in its field, however long the folder
+    // names; its tooltip holds it too.
+    void serverCommandShownWhole_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::newRow("the default") << "./mysql/bin/mysqld.exe";
+        QTest::newRow("a script with its data folder") << "/opt/zelnor/scripts/local-server run /opt/zelnor/local/mariadb";
+        QTest::newRow("Chinese folder names") << "\"/home/房管所/zelnor/scripts/local-server\" run \"/home/房管所/数据\"";
+    }
+    void serverCommandShownWhole()
+    {
+        QFETCH(QString, command);
+        appSettings::setValue(appSettings::key::serverProgram, command);
+        mainWindow window;
+        window.showMaximized();
+        window.setLevel(1);
+        auto *form = testSupport::openThrough<frmManageServer>(&window, "配置服务器");
+        QLineEdit *file = form->fileEdit();
+        QVERIFY(QTest::qWaitForWindowExposed(file));
+        QCOMPARE(file->text(), command);
+        QCOMPARE(file->toolTip(), command);
+        // With the cursor at the end (the field scrolled as it needs to show
+        // it), the first character is still in view: nothing scrolled away.
+        auto cursorX = [file] { return file->inputMethodQuery(Qt::ImCursorRectangle).toRect().center().x(); };
+        file->setCursorPosition(command.size());
+        file->repaint(); // the field scrolls when it paints
+        const int end = cursorX();
+        file->setCursorPosition(0);
+        const int start = cursorX();
+        QVERIFY2(start >= 0 && end < file->width(), qPrintable(QString("%1..%2 in %3").arg(start).arg(end).arg(file->width())));
+        file->setText("/srv/other");
+        QCOMPARE(file->toolTip(), QString("/srv/other"));
+    }
+
     void missingTemplateOrClient_data()
     {
         QTest::addColumn<bool>("templateThere");
