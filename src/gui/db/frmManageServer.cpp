@@ -104,6 +104,9 @@ void frmManageServer::fitFileField()
     const int most = screen ? screen->availableGeometry().width() * 3 / 4 : 800;
     linFile->setMinimumWidth(qBound(280, wanted, most));
     linFile->setToolTip(linFile->text());
+    // Where it is longer still, the program's name at its start is what
+    // tells one server from another; its arguments are in the tooltip.
+    linFile->setCursorPosition(0);
 }
 
 void frmManageServer::btExitClicked() { m_host->closeForm(this); }
