@@ -15,7 +15,6 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRegularExpression>
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QStyle>
 #include <QTableWidget>
