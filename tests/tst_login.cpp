@@ -174,6 +174,76 @@ private slots:
         QVERIFY(window->mdiArea()->subWindowList().isEmpty());
     }
 
+    // What the operator's keys do in the name box: nothing typed there is
+    // ever added to the list, completion never changes the case or the end
+    // of what was typed, Enter moves on as everywhere, and the form opens
+    // with the focus where typing is expected.
+    void nameBox_data()
+    {
+        QTest::addColumn<QStringList>("remembered");
+        QTest::addColumn<QStringList>("keys"); // typed where the focus is; <Enter>, <Tab>, <Alt+N> (the name's shortcut)
+        QTest::addColumn<QString>("openedIn"); // the field that had the focus when the form opened
+        QTest::addColumn<QString>("name");     // the name box's text afterwards
+        QTest::addColumn<QString>("endedIn");
+        QTest::newRow("nothing remembered: the name first") << QStringList{} << QStringList{"root", "<Enter>"} << "name"
+                                                            << "root" << "password";
+        QTest::newRow("a name remembered: the password first") << QStringList{"root"} << QStringList{} << "password"
+                                                               << "root" << "password";
+        QTest::newRow("a password typed into the name box by mistake")
+            << QStringList{"李四"} << QStringList{"<Alt+N>", "Root2026", "<Enter>", "<Alt+N>", "root", "<Tab>"}
+            << "password" << "root" << "password";
+        QTest::newRow("a remembered name in another case") << QStringList{"Root2026"}
+                                                           << QStringList{"<Alt+N>", "root", "<Tab>"} << "password"
+                                                           << "root" << "password";
+        QTest::newRow("a remembered name that starts the same") << QStringList{"rooted"}
+                                                                << QStringList{"<Alt+N>", "root", "<Enter>"}
+                                                                << "password" << "root" << "password";
+    }
+    void nameBox()
+    {
+        QFETCH(QStringList, remembered);
+        QFETCH(QStringList, keys);
+        {
+            auto settings = appSettings::open();
+            for (const QString &name : remembered)
+                settings->setValue("LoginUser/" + name, 1);
+        }
+        mainWindow window;
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        auto *form = window.findChild<frmLogin *>();
+        auto focusedField = [form] {
+            QWidget *focus = QApplication::focusWidget();
+            if (focus && (focus == form->nameBox() || form->nameBox()->isAncestorOf(focus)))
+                return QString("name");
+            return QString(focus == form->passwordEdit() ? "password" : "elsewhere");
+        };
+        QTEST(focusedField(), "openedIn");
+        for (const QString &key : keys) {
+            QWidget *focus = QApplication::focusWidget();
+            QVERIFY(focus);
+            if (key == "<Enter>")
+                QTest::keyClick(focus, Qt::Key_Return);
+            else if (key == "<Tab>")
+                QTest::keyClick(focus, Qt::Key_Tab);
+            else if (key == "<Alt+N>")
+                QTest::keyClick(focus, Qt::Key_N, Qt::AltModifier);
+            else
+                QTest::keyClicks(focus, key);
+            QCoreApplication::processEvents(); // the main window posts Enter on as Tab
+        }
+        QStringList listed;
+        for (int i = 0; i < form->nameBox()->count(); ++i)
+            listed << form->nameBox()->itemText(i);
+        QCOMPARE(listed, remembered);
+        QTEST(form->nameBox()->currentText(), "name");
+        QTEST(focusedField(), "endedIn");
+        // What the box holds is the account the server is asked for.
+        form->loginButton()->click();
+        QCOMPARE(window.level(), 0);
+    }
+
     void serverDialog_data()
     {
         QTest::addColumn<QByteArray>("stored"); // [Server] lines before opening
@@ -239,6 +309,40 @@ private slots:
         for (const QString &line : written)
             QVERIFY2(lines.contains(line.toUtf8()), qPrintable(line));
         QVERIFY(m_boxes->boxes.isEmpty());
+    }
+
+    // The server command reads whole in its field, however long the folder
+    // names; its tooltip holds it too.
+    void serverCommandShownWhole_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::newRow("the default") << "./mysql/bin/mysqld.exe";
+        QTest::newRow("a script with its data folder") << "/opt/zelnor/scripts/local-server run /opt/zelnor/local/mariadb";
+        QTest::newRow("Chinese folder names") << "\"/home/房管所/zelnor/scripts/local-server\" run \"/home/房管所/数据\"";
+    }
+    void serverCommandShownWhole()
+    {
+        QFETCH(QString, command);
+        appSettings::setValue(appSettings::key::serverProgram, command);
+        mainWindow window;
+        window.showMaximized();
+        window.setLevel(1);
+        auto *form = testSupport::openThrough<frmManageServer>(&window, "配置服务器");
+        QLineEdit *file = form->fileEdit();
+        QVERIFY(QTest::qWaitForWindowExposed(file));
+        QCOMPARE(file->text(), command);
+        QCOMPARE(file->toolTip(), command);
+        // With the cursor at the end (the field scrolled as it needs to show
+        // it), the first character is still in view: nothing scrolled away.
+        auto cursorX = [file] { return file->inputMethodQuery(Qt::ImCursorRectangle).toRect().center().x(); };
+        file->setCursorPosition(command.size());
+        file->repaint(); // the field scrolls when it paints
+        const int end = cursorX();
+        file->setCursorPosition(0);
+        const int start = cursorX();
+        QVERIFY2(start >= 0 && end < file->width(), qPrintable(QString("%1..%2 in %3").arg(start).arg(end).arg(file->width())));
+        file->setText("/srv/other");
+        QCOMPARE(file->toolTip(), QString("/srv/other"));
     }
 
     void missingTemplateOrClient_data()

@@ -32,9 +32,11 @@ void fieldStep(frmSetField *form, modalWatcher &watcher, const QString &step)
         for (int c = 0; c < p.size(); ++c)
             grid->item(grid->currentRow(), c)->setText(p[c]);
     } else if (step[0] == QLatin1Char('~')) {
-        for (int c = 1; c < p.size(); ++c)
+        static const int cells[] = {frmSetField::colName, frmSetField::colType, frmSetField::colNull,
+                                    frmSetField::colDefault};
+        for (int c = 1; c < p.size() && c <= 4; ++c)
             if (!p[c].isEmpty())
-                grid->item(row, c - 1)->setText(p[c]);
+                grid->item(row, cells[c - 1])->setText(p[c]);
     } else if (step[0] == QLatin1Char('-')) {
         recordForm::click(form, QStringLiteral("删除"));
     } else {

@@ -19,8 +19,9 @@ namespace adminDriver {
 QStringList gridColumn(const QTableWidget *grid, int column);
 
 // One step of an operator at the field grid: "+名|类型|允许空|缺省值" 增加 and
-// fill, "^…" the same with 插入 at the current row, "~名|新名|类型" edit a row
-// (empty keeps the cell), "-名" 删除, ">名|n" 移动 to row n.
+// fill, "^…" the same with 插入 at the current row, "~名|新名|类型|允许空|缺省值"
+// edit a row (an empty or missing part keeps the cell), "-名" 删除, ">名|n"
+// 移动 to row n.
 void fieldStep(frmSetField *form, modalWatcher &watcher, const QString &step);
 
 // One step at the choice grid: "+text" appends a row (typed into when the

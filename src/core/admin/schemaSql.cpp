@@ -1,69 +1,175 @@
 #include "schemaSql.h"
 
-#include <QRegularExpression>
+#include "myDatabase.h"
+#include "serverMessage.h"
+#include "sqlText.h"
 
 namespace schemaSql {
 
 namespace {
 
-// " NOT NULL"/" NULL" and the DEFAULT clause of an added or changed column.
+// " NOT NULL"/" NULL" and the DEFAULT clause of a column, as loaded or as
+// edited. The default goes in as typed: an apostrophe in it is a character
+// of the default, not the end of the literal.
 QString attributes(const fieldRow &row)
 {
     QString text = row.nullable.toUpper().contains(QLatin1String("NO")) ? QStringLiteral(" NOT NULL")
                                                                        : QStringLiteral(" NULL");
-    // The default goes between apostrophes as typed: an apostrophe inside it
-    // makes the statement a syntax error, which the operator is told about.
     if (row.defaultText == QLatin1String("NULL"))
         text += QStringLiteral(" DEFAULT NULL");
     else if (!row.defaultText.isEmpty())
-        text += QStringLiteral(" DEFAULT '") + row.defaultText + QLatin1Char('\'');
+        text += QStringLiteral(" DEFAULT ") + sqlText::quoted(row.defaultText);
     return text;
 }
 
-// The column name of a "Data truncated for column '…' at row 1" text: what
-// is left when the ASCII letters, the apostrophe, blank, "1" and ":" are gone
-// (the range A-z also takes [ \ ] ^ _ `). Empty when the text is another error.
-QString truncatedColumn(const QString &errorText)
+// "<name> <type> <attributes>" appended to a statement's start, with the
+// offsets a refusal is read against.
+fieldStatement columnStatement(fieldStatement::passKind pass, int row, const QString &start, const fieldRow &column)
 {
-    if (!errorText.startsWith(QLatin1String("Data truncated for column '")))
-        return QString();
-    QString rest = errorText;
-    return rest.remove(QRegularExpression(QStringLiteral("[a-zA-z' 1:]")));
+    fieldStatement s;
+    s.pass = pass;
+    s.row = row;
+    s.sql = start;
+    s.nameAt = s.sql.size();
+    s.sql += identifier(column.name.trimmed()) + QLatin1Char(' ');
+    s.typeAt = s.sql.size();
+    s.sql += column.type.trimmed() + QLatin1Char(' ');
+    // The attributes start with a blank: the first word after the type.
+    s.afterTypeAt = s.sql.size() + 1;
+    s.sql += attributes(column);
+    return s;
+}
+
+// Where in a statement the server stopped reading, given its "near '…'"
+// text: the rest of the statement from there, cut after 80 characters
+// with "..." by MariaDB.
+int nearOffset(const QString &sql, const QString &near)
+{
+    int at = sql.lastIndexOf(near);
+    if (at < 0 && near.endsWith(QLatin1String("...")))
+        at = sql.lastIndexOf(near.chopped(3));
+    return at;
+}
+
+QString columnName(const QString &serverText)
+{
+    return serverMessage::captured(serverText, QStringLiteral("Data (?:truncated|too long) for column '(.*)' at row \\d+"));
+}
+
+// What the first refusal means for the column it concerns, and what to do.
+QString refusal(const QSqlError &error, const fieldStatement &statement, const fieldRow &row)
+{
+    const QString code = error.nativeErrorCode();
+    const QString text = error.databaseText();
+    const bool drop = statement.pass == fieldStatement::drop;
+    const QString name = drop ? statement.column : row.name.trimmed();
+    const QString type = row.type.trimmed();
+    const QString quotedName = QStringLiteral("“") + name + QStringLiteral("”");
+    const QString near = serverMessage::syntaxNear(text);
+    const int nearAt = near.isNull() ? -1 : nearOffset(statement.sql, near);
+
+    if (!drop && name.isEmpty())
+        return QStringLiteral("第%1行没有填字段名，请填写字段名或删除这一行。").arg(statement.row + 1);
+    if (code == QLatin1String("1265") || code == QLatin1String("1406")) {
+        const QString column = columnName(text);
+        QString message = QStringLiteral("失败：“") + (column.isNull() ? name : column)
+            + QStringLiteral("”列已存在数据，不能对此同步修改或删除。");
+        if (!drop)
+            message += QStringLiteral("\n已登记的内容放不进类型“") + type
+                + QStringLiteral("”，请改回原来的类型，或把它放宽后再保存。");
+        return message;
+    }
+    // An unknown type word, an unknown character set, or a type the server
+    // could not read to its end (a missing length, an open parenthesis).
+    if (code == QLatin1String("4161") || code == QLatin1String("1115")
+        || (code == QLatin1String("1064") && nearAt >= statement.typeAt && nearAt <= statement.afterTypeAt)) {
+        if (type.isEmpty())
+            return quotedName + QStringLiteral("列没有填类型，请照右边的类型参考填写，例如 varchar(20)。");
+        return quotedName + QStringLiteral("列的类型“") + type
+            + QStringLiteral("”不对，请照右边的类型参考改正，例如 varchar(20)、int(11)。");
+    }
+    if (code == QLatin1String("1074"))
+        return quotedName + QStringLiteral("列的类型“") + type
+            + QStringLiteral("”字数太多，请改小，或改用 text。");
+    if (code == QLatin1String("1067")) {
+        if (row.defaultText == QLatin1String("NULL"))
+            return quotedName + QStringLiteral("列不允许空，缺省值就不能是 NULL：请清空缺省值，或把允许空改为 YES。");
+        return quotedName + QStringLiteral("列的缺省值“") + row.defaultText + QStringLiteral("”不适合类型“") + type
+            + QStringLiteral("”，请改正缺省值，或把它清空（不填表示没有缺省值）。");
+    }
+    if (code == QLatin1String("1060"))
+        return QStringLiteral("字段名“")
+            + serverMessage::captured(text, QStringLiteral("Duplicate column name '(.*)'"))
+            + QStringLiteral("”已经有了，请换一个名字。要重建同名的字段，请先删除原来的并保存，再增加。");
+    if (code == QLatin1String("1054"))
+        return QStringLiteral("表里已经没有“")
+            + serverMessage::captured(text, QStringLiteral("Unknown column '(.*)' in '.*'"))
+            + QStringLiteral("”列（也许刚在别处改名或删除了），请退出本窗口，重新打开后再修改。");
+    if (code == QLatin1String("1064") && nearAt == statement.nameAt)
+        return QStringLiteral("字段名") + quotedName + QStringLiteral("是数据库的保留字，不能使用，请换一个名字。");
+    if (!near.isNull())
+        return serverMessage::syntaxSentence(near);
+    const QString said = text.isEmpty() ? error.text() : text;
+    if (name.isEmpty())
+        return QStringLiteral("保存没有完成，数据库的说明：\n") + said;
+    return (drop ? QStringLiteral("删除") : QStringLiteral("修改")) + quotedName
+        + QStringLiteral("列没有完成，数据库的说明：\n") + said;
 }
 
 } // namespace
 
-QStringList fieldSaveStatements(const QString &table, const QList<fieldRow> &rows, bool moved,
-                                const QStringList &currentColumns)
+QString identifier(const QString &name)
+{
+    bool plain = !name.isEmpty();
+    bool digitsOnly = true;
+    for (const QChar c : name) {
+        plain = plain && (c.isLetterOrNumber() || c == QLatin1Char('_'));
+        digitsOnly = digitsOnly && c.isDigit();
+    }
+    // A name of digits alone would read as a number.
+    if (name.isEmpty() || (plain && !digitsOnly))
+        return name;
+    QString inner = name;
+    inner.replace(QLatin1Char('`'), QLatin1String("``"));
+    return QLatin1Char('`') + inner + QLatin1Char('`');
+}
+
+QList<fieldStatement> fieldSavePlan(const QString &table, const QList<fieldRow> &rows, bool moved,
+                                    const QStringList &currentColumns)
 {
     const QString alter = QStringLiteral("ALTER TABLE ") + table;
-    QStringList sql;
-    for (const fieldRow &row : rows)
-        if (row.modified == QLatin1String("Y"))
-            sql << alter + QStringLiteral(" CHANGE ") + row.originalName.trimmed() + QLatin1Char(' ')
-                    + row.name.trimmed() + QLatin1Char(' ') + row.type.trimmed() + QLatin1Char(' ')
-                    + attributes(row) + QLatin1Char(';');
+    QList<fieldStatement> plan;
+    for (int i = 0; i < rows.size(); ++i) {
+        const fieldRow &row = rows.at(i);
+        if (row.modified != QLatin1String("Y"))
+            continue;
+        fieldStatement s = columnStatement(fieldStatement::change, i,
+                                           alter + QStringLiteral(" CHANGE ") + identifier(row.originalName.trimmed())
+                                               + QLatin1Char(' '),
+                                           row);
+        s.sql += QLatin1Char(';');
+        plan << s;
+    }
 
     for (int i = 0; i < rows.size(); ++i) {
         const fieldRow &row = rows.at(i);
         if (!row.originalName.isEmpty())
             continue;
         const QString above = i == 0 ? QString() : rows.at(i - 1).name.trimmed();
-        sql << alter + QStringLiteral(" ADD ") + row.name.trimmed() + QLatin1Char(' ') + row.type.trimmed()
-                + QLatin1Char(' ') + attributes(row)
-                + (above.isEmpty() ? QStringLiteral(" FIRST;") : QStringLiteral(" AFTER ") + above + QLatin1Char(';'));
+        fieldStatement s = columnStatement(fieldStatement::add, i, alter + QStringLiteral(" ADD "), row);
+        s.sql += above.isEmpty() ? QStringLiteral(" FIRST;") : QStringLiteral(" AFTER ") + identifier(above) + QLatin1Char(';');
+        plan << s;
     }
 
-    // MODIFY without attributes resets every column to nullable with no
-    // default, and the first row gets no FIRST: the chain of AFTERs behind it
-    // puts it first anyway.
+    // The first row gets no FIRST: the chain of AFTERs behind it puts it
+    // first anyway.
     if (moved) {
         QString above;
-        for (const fieldRow &row : rows) {
-            const QString name = row.name.trimmed();
-            sql << alter + QStringLiteral(" MODIFY ") + name + QLatin1Char(' ') + row.type.trimmed()
-                    + (above.isEmpty() ? QString() : QStringLiteral(" AFTER ") + above) + QLatin1Char(';');
-            above = name;
+        for (int i = 0; i < rows.size(); ++i) {
+            fieldStatement s = columnStatement(fieldStatement::reorder, i, alter + QStringLiteral(" MODIFY "), rows.at(i));
+            s.sql += (above.isEmpty() ? QString() : QStringLiteral(" AFTER ") + identifier(above)) + QLatin1Char(';');
+            plan << s;
+            above = rows.at(i).name.trimmed();
         }
     }
 
@@ -71,49 +177,121 @@ QStringList fieldSaveStatements(const QString &table, const QList<fieldRow> &row
     for (const fieldRow &row : rows)
         kept << row.name.trimmed() << row.originalName.trimmed();
     for (const QString &column : currentColumns)
-        if (!kept.contains(column, Qt::CaseInsensitive))
-            sql << alter + QStringLiteral(" DROP ") + column + QLatin1Char(';');
-    return sql;
+        if (!kept.contains(column, Qt::CaseInsensitive)) {
+            fieldStatement s;
+            s.pass = fieldStatement::drop;
+            s.column = column;
+            s.sql = alter + QStringLiteral(" DROP ") + identifier(column) + QLatin1Char(';');
+            plan << s;
+        }
+    return plan;
 }
 
-QString fieldSaveMessage(const QString &errorText)
+fieldSaveOutcome runFieldSave(myDatabase &database, const QList<fieldStatement> &plan)
 {
-    const QString column = truncatedColumn(errorText);
-    if (!column.isNull())
-        return QStringLiteral("失败：“") + column + QStringLiteral("”列已存在数据，不能对此同步修改或删除。");
-
-    // MySQL and MariaDB name themselves in the same sentence; both are cut.
-    static const QRegularExpression syntax(QStringLiteral(
-        "^You have an error in your SQL syntax; check the manual that corresponds to your "
-        "(MySQL|MariaDB) server version for the right syntax to use near '"));
-    if (errorText.startsWith(QLatin1String("You have an error in your SQL syntax;"))) {
-        QString near = errorText;
-        near.remove(syntax);
-        // The driver's own words follow the server's, in the language of the
-        // Qt translation loaded at start-up ("Unable to execute query" or
-        // "无法执行查询"), so everything after the driver's name goes.
-        static const QRegularExpression tail(QStringLiteral("' at line 1 QMYSQL: [^']*$"));
-        near.remove(tail);
-        return QStringLiteral("句法错误，请检查“") + near + QStringLiteral("”。");
+    fieldSaveOutcome outcome;
+    for (int i = 0; i < plan.size(); ++i)
+        outcome.applied << false;
+    QSqlDatabase connection = database.handle();
+    if (!connection.transaction()) {
+        outcome.error = connection.lastError();
+        return outcome;
     }
-    return errorText;
+    bool renamesAndAdditionsDone = true;
+    for (int i = 0; i < plan.size(); ++i) {
+        const fieldStatement &s = plan.at(i);
+        // The reorder names every column by its new name. A rename or an
+        // addition that was refused leaves that name missing or, worse, the
+        // name of another column, which the reorder would then retype: it
+        // waits for the next save.
+        if (s.pass == fieldStatement::reorder && !renamesAndAdditionsDone)
+            continue;
+        QSqlError error;
+        outcome.applied[i] = database.exec(s.sql, &error);
+        if (outcome.applied.at(i))
+            continue;
+        if (s.pass == fieldStatement::change || s.pass == fieldStatement::add)
+            renamesAndAdditionsDone = false;
+        // The first refusal is the one reported: later ones are mostly its
+        // consequences (an addition placed after a column whose rename failed).
+        if (outcome.firstFailure < 0) {
+            outcome.firstFailure = i;
+            outcome.error = error;
+        }
+        if (myDatabase::endsTransaction(error))
+            break;
+    }
+    if (outcome.complete()) {
+        if (connection.commit())
+            return outcome;
+        outcome.error = connection.lastError();
+    }
+    connection.rollback();
+    return outcome;
+}
+
+void markApplied(QList<fieldRow> *rows, bool *moved, const QList<fieldStatement> &plan, const QList<bool> &applied)
+{
+    bool reordered = true;
+    for (int i = 0; i < plan.size(); ++i) {
+        const fieldStatement &s = plan.at(i);
+        if (s.pass == fieldStatement::reorder)
+            reordered = reordered && applied.value(i);
+        if (!applied.value(i) || s.row < 0 || s.row >= rows->size())
+            continue;
+        fieldRow &row = (*rows)[s.row];
+        if (s.pass == fieldStatement::change || s.pass == fieldStatement::add) {
+            row.originalName = row.name.trimmed();
+            row.modified.clear();
+        }
+    }
+    if (reordered)
+        *moved = false;
+}
+
+QString fieldSaveMessage(const fieldSaveOutcome &outcome, const QList<fieldStatement> &plan,
+                         const QList<fieldRow> &rows)
+{
+    if (outcome.firstFailure < 0) {
+        const QString said = outcome.error.databaseText().isEmpty() ? outcome.error.text() : outcome.error.databaseText();
+        return QStringLiteral("保存没有完成，数据库的说明：\n") + said;
+    }
+    const fieldStatement &statement = plan.at(outcome.firstFailure);
+    const fieldRow row = statement.row >= 0 ? rows.value(statement.row) : fieldRow();
+    const bool someApplied = outcome.applied.contains(true);
+    return refusal(outcome.error, statement, row) + QStringLiteral("\n")
+        + (someApplied ? QStringLiteral("其他修改已经生效；") : QString())
+        + QStringLiteral("没有完成的修改仍在表格中，改正后请再按“保存”。");
 }
 
 QString choiceType(const QStringList &values)
 {
     QString type = QStringLiteral("enum(");
     for (const QString &value : values)
-        type += QLatin1Char('\'') + value.trimmed() + QStringLiteral("',");
+        type += sqlText::quoted(value.trimmed()) + QLatin1Char(',');
     type.chop(1); // with no values this leaves "enum)", which the server rejects
     return type + QLatin1Char(')');
 }
 
-QString choiceSaveMessage(const QString &errorText)
+QString choiceSaveMessage(const QSqlError &error, const QString &column, const QStringList &values)
 {
-    const QString column = truncatedColumn(errorText);
-    if (!column.isNull())
-        return QStringLiteral("“") + column + QStringLiteral("”列已存在原数据，不能对此同步修改或删除。");
-    return errorText;
+    const QString code = error.nativeErrorCode();
+    const QString text = error.databaseText();
+    const QString quotedColumn = QStringLiteral("“") + column + QStringLiteral("”");
+    if (code == QLatin1String("1265") || code == QLatin1String("1406")) {
+        const QString named = columnName(text);
+        return QStringLiteral("“") + (named.isNull() ? column : named)
+            + QStringLiteral("”列已存在原数据，不能对此同步修改或删除。\n"
+                             "有登记用到了要删去或改动的值：请保留这个值，或先修改用到它的登记。");
+    }
+    if (values.isEmpty())
+        return quotedColumn + QStringLiteral("列至少要有一个可选择值，请增加后再保存。");
+    if (code == QLatin1String("1291"))
+        return quotedColumn + QStringLiteral("列的可选择值“")
+            + serverMessage::captured(text, QStringLiteral("Column '.*' has duplicated value '(.*)' in ENUM"))
+            + QStringLiteral("”重复了，请删去重复的一行。");
+    return quotedColumn + QStringLiteral("列的可选择值没有保存，数据库的说明：\n")
+        + (text.isEmpty() ? error.text() : text);
 }
 
 } // namespace schemaSql

@@ -20,6 +20,14 @@ namespace mysqlTools {
 bool runTool(QProcess &tool, const QString &program, const QStringList &args, const QString &toolName,
              int timeoutMs, QString *problem);
 
+// What a tool wrote to its error output, made fit for a message box: read
+// as the UTF-8 the tools write (the locale of this process may be C, which
+// would turn every Chinese character into question marks), its first
+// meaningful lines each cut to a width a box shows whole, and the number of
+// lines left out. The client's "ERROR n (state) at line m: …" lines say the
+// line first and, for a syntax error, the place the server stopped reading.
+QString toolMessage(const QByteArray &stderrOutput);
+
 // Feeds a SQL script to the mysql client with the account's credentials.
 // True when the client ran to the end without error; otherwise *problem
 // says why (missing file, client not found, time-out, its message).

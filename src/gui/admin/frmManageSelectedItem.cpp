@@ -4,6 +4,7 @@
 #include "myDatabase.h"
 #include "myTools.h"
 #include "schemaSql.h"
+#include "sqlText.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -100,15 +101,17 @@ void frmManageSelectedItem::btSaveClicked()
     // One statement, committed by the server on its own: it either changes
     // the list or leaves it as it was. No NULL or DEFAULT clause, so the
     // column ends up nullable with no default.
-    QSqlQuery query = m_host->database().query();
-    if (query.exec(QStringLiteral("ALTER TABLE ") + table + QStringLiteral(" CHANGE ") + column + QLatin1Char(' ')
-                   + column + QLatin1Char(' ') + schemaSql::choiceType(values))) {
+    const QString name = schemaSql::identifier(column);
+    QSqlError error;
+    if (m_host->database().exec(QStringLiteral("ALTER TABLE ") + table + QStringLiteral(" CHANGE ") + name
+                                    + QLatin1Char(' ') + name + QLatin1Char(' ') + schemaSql::choiceType(values),
+                                &error)) {
         emit myEditStatusChangeSignal(false);
         m_host->showStatus(QStringLiteral("保存OK"), 2000);
         return;
     }
     QApplication::beep();
-    QMessageBox::critical(this, QStringLiteral("错误"), schemaSql::choiceSaveMessage(query.lastError().text()),
+    QMessageBox::critical(this, QStringLiteral("错误"), schemaSql::choiceSaveMessage(error, column, values),
                           QMessageBox::Ok);
 }
 
@@ -133,8 +136,8 @@ void frmManageSelectedItem::cbxFieldSelected(const QString &column)
     m_loading = true;
     tableWid->setRowCount(0);
     QSqlQuery query = m_host->database().query();
-    if (query.exec(QStringLiteral("SHOW COLUMNS FROM ") + table + QStringLiteral(" LIKE '") + column
-                   + QLatin1Char('\''))
+    if (query.exec(QStringLiteral("SHOW COLUMNS FROM ") + table + QStringLiteral(" LIKE '")
+                   + sqlText::likeEscaped(column) + QLatin1Char('\''))
         && query.next()) {
         // The same character-class stripping as the record form's choice
         // lists, so both show a value the same way.

@@ -15,7 +15,6 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRegularExpression>
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QStyle>
 #include <QTableWidget>
@@ -203,24 +202,34 @@ void frmSetField::btSaveClicked()
     for (const columnInfo &column : myTools::showColumns(m_host->database(), tableName()))
         columns << column.field;
 
-    // The log row is written only after a complete save. Inside the run it
-    // would not be undone: the first ALTER TABLE that gets as far as executing
-    // commits, and what follows runs in autocommit, so a refused save would
-    // leave a log row or not depending on which statement the server refused.
-    QSqlError error;
-    if (m_host->database().runInTransaction(schemaSql::fieldSaveStatements(tableName(), gridRows(), m_moved, columns),
-                                            &error)) {
+    QList<schemaSql::fieldRow> rows = gridRows();
+    const QList<schemaSql::fieldStatement> plan = schemaSql::fieldSavePlan(tableName(), rows, m_moved, columns);
+    const schemaSql::fieldSaveOutcome outcome = schemaSql::runFieldSave(m_host->database(), plan);
+
+    // What the server took is done: the grid remembers it, so the next save
+    // issues only what is still pending.
+    const QList<schemaSql::fieldRow> before = rows;
+    schemaSql::markApplied(&rows, &m_moved, plan, outcome.applied);
+    for (int r = 0; r < rows.size(); ++r) {
+        setCell(r, colOriginal, rows.at(r).originalName);
+        setCell(r, colModified, rows.at(r).modified);
+    }
+    // Every ALTER TABLE the server took changed the table for good, so any
+    // of them is a maintenance of the fields worth its log row, whether or
+    // not the rest of the save went through.
+    if (outcome.applied.contains(true))
         m_host->database().writeLog(m_host->operatorName(), QStringLiteral("维护数据字段"));
+    if (outcome.complete()) {
         m_host->showStatus(QStringLiteral("保存OK."), 3000);
         m_save->setEnabled(false);
         return;
     }
+    // The grid keeps the operator's pending edits and 保存 stays usable:
+    // reloading here would throw away the work the box asks to correct.
     QApplication::beep();
-    QMessageBox::critical(this, QStringLiteral("错误"), schemaSql::fieldSaveMessage(error.text()), QMessageBox::Ok);
-    // Every ALTER TABLE commits on its own, so the statements before and after
-    // the failing one stay applied; the grid must show the table as it is now,
-    // not the working copy, or the next save would repeat what already happened.
-    cbxTableSelected(cbxTable->currentIndex());
+    QMessageBox::critical(this, QStringLiteral("错误"), schemaSql::fieldSaveMessage(outcome, plan, before),
+                          QMessageBox::Ok);
+    m_save->setEnabled(true);
 }
 
 void frmSetField::tableWidEdited(QTableWidgetItem *item)

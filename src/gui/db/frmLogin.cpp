@@ -8,6 +8,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
+#include <QCompleter>
 #include <QElapsedTimer>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -35,6 +36,16 @@ frmLogin::frmLogin(shellHost *host, QWidget *parent)
 
     cbxName = new QComboBox;
     cbxName->setEditable(true);
+    // The list holds the remembered names and nothing else: Enter must not
+    // add what was typed (a password typed into the wrong box would stay
+    // in the list for everyone to see).
+    cbxName->setInsertPolicy(QComboBox::NoInsert);
+    // Completion offers remembered names in a list and changes nothing the
+    // operator typed until one is chosen, and only names of the same case:
+    // account names are case-sensitive, so "root" must never turn into
+    // "Root…", nor "li" into "lisa" behind the operator's back.
+    cbxName->completer()->setCaseSensitivity(Qt::CaseSensitive);
+    cbxName->completer()->setCompletionMode(QCompleter::PopupCompletion);
     auto *lblName = new QLabel(QStringLiteral("操作员姓名(&N)："));
     lblName->setBuddy(cbxName);
     auto *actRemember = new QAction(QIcon(QStringLiteral(":/image/Users.png")),
@@ -84,6 +95,12 @@ frmLogin::frmLogin(shellHost *host, QWidget *parent)
     settings->beginGroup(appSettings::group::loginUsers);
     cbxName->addItems(settings->childKeys());
     settings->endGroup();
+
+    // Typing at once must land somewhere. With a remembered name already in
+    // the name box the next thing to type is the password, and a password
+    // typed into the name box would be shown in clear; with none, the name.
+    // The main window gives the form the focus when it opens it.
+    setFocusProxy(cbxName->currentText().isEmpty() ? static_cast<QWidget *>(cbxName) : linPassword);
 }
 
 void frmLogin::rememberUser()

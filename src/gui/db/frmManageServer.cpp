@@ -6,11 +6,14 @@
 #include <QCheckBox>
 #include <QFileDialog>
 #include <QGridLayout>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
+#include <QStyle>
 #include <QVBoxLayout>
 
 frmManageServer::frmManageServer(shellHost *host, QWidget *parent)
@@ -25,7 +28,6 @@ frmManageServer::frmManageServer(shellHost *host, QWidget *parent)
     auto *lblAddress = new QLabel(QStringLiteral("地址："));
     lblAddress->setBuddy(linAddress);
     linFile = new QLineEdit;
-    linFile->setMinimumWidth(280); // room for a full server program path
     auto *lblFile = new QLabel(QStringLiteral("文件："));
     lblFile->setBuddy(linFile);
     btSelectFile = new QPushButton(QStringLiteral("选择mysqld.exe文件"));
@@ -69,6 +71,7 @@ frmManageServer::frmManageServer(shellHost *host, QWidget *parent)
         chkAutoStart->setChecked(appSettings::value(*settings, appSettings::key::serverAutoStart).toBool());
         chkAutoStop->setChecked(appSettings::value(*settings, appSettings::key::serverAutoStop).toBool());
     }
+    fitFileField();
     if (linAddress->text().toUpper() == QLatin1String("LOCALHOST"))
         rbLocal->setChecked(true);
     else
@@ -84,6 +87,26 @@ frmManageServer::frmManageServer(shellHost *host, QWidget *parent)
     connect(chkAutoStart, &QCheckBox::stateChanged, this, &frmManageServer::setBtSaveEnabeld);
     connect(chkAutoStop, &QCheckBox::stateChanged, this, &frmManageServer::setBtSaveEnabeld);
     connect(linFile, &QLineEdit::textChanged, this, &frmManageServer::setBtSaveEnabeld);
+    connect(linFile, &QLineEdit::textChanged, this, [this] { linFile->setToolTip(linFile->text()); });
+}
+
+void frmManageServer::fitFileField()
+{
+    // The command that starts the server is often a long path with its
+    // arguments (a script, its data folder); a field that shows only its end
+    // hides which server would start. The field is as wide as the stored
+    // command needs, within most of the screen, and its tooltip holds the
+    // whole text for one that is longer still or typed later.
+    const QFontMetrics metrics(linFile->font());
+    const int frame = 2 * linFile->style()->pixelMetric(QStyle::PM_DefaultFrameWidth, nullptr, linFile);
+    const int wanted = metrics.horizontalAdvance(linFile->text()) + frame + 2 * metrics.averageCharWidth();
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    const int most = screen ? screen->availableGeometry().width() * 3 / 4 : 800;
+    linFile->setMinimumWidth(qBound(280, wanted, most));
+    linFile->setToolTip(linFile->text());
+    // Where it is longer still, the program's name at its start is what
+    // tells one server from another; its arguments are in the tooltip.
+    linFile->setCursorPosition(0);
 }
 
 void frmManageServer::btExitClicked() { m_host->closeForm(this); }

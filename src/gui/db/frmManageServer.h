@@ -38,6 +38,8 @@ public slots:
     void setBtSaveEnabeld(); // the misspelling is the slot's established name
 
 private:
+    void fitFileField();
+
     shellHost *m_host;
     QRadioButton *rbLocal;
     QRadioButton *rbRemote;

@@ -4,6 +4,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QStyledItemDelegate>
 
 myTableView::myTableView(QWidget *parent)
     : QTableView(parent)
@@ -16,6 +17,16 @@ myTableView::myTableView(QWidget *parent)
     addAction(all);
     setContextMenuPolicy(Qt::ActionsContextMenu);
     setItemDelegate(new myDateDelegate(this));
+}
+
+QString myTableView::shownText(const QModelIndex &index) const
+{
+    // The delegate decides how a value reads on screen (a time without its
+    // "T" and milliseconds); what is pasted elsewhere must read the same.
+    const QVariant value = index.data(Qt::DisplayRole);
+    if (auto *delegate = qobject_cast<QStyledItemDelegate *>(itemDelegate(index)))
+        return delegate->displayText(value, locale());
+    return value.toString();
 }
 
 QString myTableView::selectedBlockText() const
@@ -36,7 +47,7 @@ QString myTableView::selectedBlockText() const
         for (int c = first.column(); c <= last.column(); ++c) {
             if (c > first.column())
                 text += QLatin1Char('\t');
-            text += model()->index(r, c).data(Qt::DisplayRole).toString();
+            text += shownText(model()->index(r, c));
         }
     }
     return text;

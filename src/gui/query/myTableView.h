@@ -11,8 +11,11 @@ class myTableView : public QTableView
 public:
     explicit myTableView(QWidget *parent = nullptr);
 
-    // The text the copy action puts on the clipboard; empty with no selection.
+    // The text the copy action puts on the clipboard, each cell as the view
+    // shows it; empty with no selection.
     QString selectedBlockText() const;
+    // One cell's text as shown.
+    QString shownText(const QModelIndex &index) const;
 
 public slots:
     void myCopyDataToClipoard();
