@@ -74,5 +74,9 @@ CREATE TRIGGER lease_delete_leasehouse AFTER DELETE ON lease FOR EACH ROW
 CREATE TABLE log (
   日期 datetime     NOT NULL,
   用户 varchar(60)  DEFAULT NULL,
-  描述 varchar(255) DEFAULT NULL
+  描述 varchar(255) DEFAULT NULL,
+  -- A key of its own, so that every row can be named: without one, replicas
+  -- and cluster nodes find a changed row only by reading the whole table.
+  -- Invisible, so SELECT * and INSERT … SET see the three columns as ever.
+  序号 bigint unsigned NOT NULL AUTO_INCREMENT INVISIBLE PRIMARY KEY
 ) ENGINE=InnoDB DEFAULT CHARSET=utf8;
