@@ -204,6 +204,10 @@ public:
             }
         }
         dumpScanner scanner;
+        // One buffer for the whole dump: a fresh one for every read would
+        // cost an allocation (a mapping, at this size) for each few KiB the
+        // tool writes.
+        QByteArray buffer(int(chunkSize), Qt::Uninitialized);
         qint64 done = 0;
         bool written = true;
         bool stopped = false;
@@ -218,12 +222,12 @@ public:
                 tool.waitForReadyRead(100);
                 continue;
             }
-            const QByteArray chunk = tool.read(chunkSize);
-            scanner.feed(chunk);
-            written = plain ? sdaStream::writeAll(&file, chunk) : compressed->write(chunk);
+            const qint64 n = tool.read(buffer.data(), chunkSize);
+            scanner.feed(buffer.constData(), n);
+            written = plain ? sdaStream::writeAll(&file, buffer.constData(), n) : compressed->write(buffer.constData(), n);
             if (!written)
                 break;
-            done += chunk.size();
+            done += n;
             progress(done, qMax(estimate, done));
         }
         if (stopped || !written) {
