@@ -27,6 +27,11 @@ const qint64 chunkSize = 256 * 1024;
 // What may wait in the pipe to the mysql client; the rest of the file waits
 // unread.
 const qint64 clientBacklog = 4 * 1024 * 1024;
+// The automatic backups are named in the operators' language: the clerk who
+// wants to undo a restore picks the file in a dialog, and 恢复前 ("before
+// restoring") says what it holds where an ASCII word would not. Qt passes
+// file names to the system in its own encoding, so the names need nothing
+// special on either Linux or Windows.
 const QString restoreAction = QStringLiteral("恢复前");
 const QString clearAction = QStringLiteral("清理前");
 
@@ -70,14 +75,16 @@ QString writeProblem(const QFileDevice &file, const QString &path)
     return QStringLiteral("无法写入“%1”：%2").arg(path, file.errorString());
 }
 
-// A copy of the caller's connection for the job's thread.
+// A copy of the caller's connection for the job's thread, on the business
+// database whatever the caller's connection was last switched to.
 class jobConnection
 {
 public:
-    explicit jobConnection(const QString &source)
+    jobConnection(const QString &source, const QString &database)
         : m_name(QStringLiteral("backupEngine-%1").arg(quintptr(QThread::currentThreadId())))
     {
         m_db = QSqlDatabase::cloneDatabase(source, m_name);
+        m_db.setDatabaseName(database);
         m_db.open();
     }
     ~jobConnection()
@@ -129,7 +136,7 @@ public:
     // The dump's likely size, from what the tables take on the server.
     qint64 estimatedDumpSize()
     {
-        jobConnection connection(m_engine->m_connectionName);
+        jobConnection connection(m_engine->m_connectionName, database());
         QSqlQuery query(connection.db());
         if (query.exec(QStringLiteral("SELECT SUM(DATA_LENGTH) FROM information_schema.TABLES WHERE TABLE_SCHEMA='")
                        + database() + QLatin1Char('\''))
@@ -182,6 +189,17 @@ public:
         const qint64 estimate = estimatedDumpSize();
         QProcess tool;
         tool.setStandardInputFile(QProcess::nullDevice());
+#if defined(Q_OS_LINUX)
+        // A plain dump goes straight from mysqldump into the temporary file,
+        // reopened through /proc (QProcess takes only a path): passed through
+        // this process, 500 MB cost it 1.5 s of CPU for nothing, a sixth of
+        // what mysqldump itself takes. Elsewhere it takes the pipe below.
+        const QString straight = plain ? QStringLiteral("/proc/self/fd/%1").arg(file.handle()) : QString();
+        if (plain)
+            tool.setStandardOutputFile(straight, QIODevice::Truncate);
+#else
+        const QString straight;
+#endif
         // --single-transaction reads one consistent snapshot without locking
         // the tables, so other workstations go on saving meanwhile.
         // --triggers and --comments are named although they are the default:
@@ -204,31 +222,42 @@ public:
             }
         }
         dumpScanner scanner;
-        // One buffer for the whole dump: a fresh one for every read would
-        // cost an allocation (a mapping, at this size) for each few KiB the
-        // tool writes.
-        QByteArray buffer(int(chunkSize), Qt::Uninitialized);
-        qint64 done = 0;
         bool written = true;
         bool stopped = false;
-        for (;;) {
-            if (cancelled()) {
-                stopped = true;
-                break;
-            }
-            if (tool.bytesAvailable() == 0) {
-                if (tool.state() == QProcess::NotRunning)
+        if (!straight.isEmpty()) {
+            while (!tool.waitForFinished(100)) {
+                if (cancelled()) {
+                    stopped = true;
                     break;
-                tool.waitForReadyRead(100);
-                continue;
+                }
+                progress(file.size(), qMax(estimate, file.size()));
             }
-            const qint64 n = tool.read(buffer.data(), chunkSize);
-            scanner.feed(buffer.constData(), n);
-            written = plain ? sdaStream::writeAll(&file, buffer.constData(), n) : compressed->write(buffer.constData(), n);
-            if (!written)
-                break;
-            done += n;
-            progress(done, qMax(estimate, done));
+        } else {
+            // One buffer for the whole dump: a fresh one for every read would
+            // cost an allocation (a mapping, at this size) for each few KiB
+            // the tool writes.
+            QByteArray buffer(int(chunkSize), Qt::Uninitialized);
+            qint64 done = 0;
+            for (;;) {
+                if (cancelled()) {
+                    stopped = true;
+                    break;
+                }
+                if (tool.bytesAvailable() == 0) {
+                    if (tool.state() == QProcess::NotRunning)
+                        break;
+                    tool.waitForReadyRead(100);
+                    continue;
+                }
+                const qint64 n = tool.read(buffer.data(), chunkSize);
+                scanner.feed(buffer.constData(), n);
+                written = plain ? sdaStream::writeAll(&file, buffer.constData(), n)
+                                : compressed->write(buffer.constData(), n);
+                if (!written)
+                    break;
+                done += n;
+                progress(done, qMax(estimate, done));
+            }
         }
         if (stopped || !written) {
             tool.kill();
@@ -237,16 +266,26 @@ public:
             return false;
         }
         tool.waitForFinished(-1);
-        scanner.finish();
-        progress(done, done, true);
         if (tool.exitStatus() != QProcess::NormalExit) {
             *problem = QStringLiteral("mysqldump程序意外终止");
             return false;
         }
         if (tool.exitCode() != 0) {
-            *problem = toolProblem(QStringLiteral("mysqldump程序"), tool.readAllStandardError());
+            const QByteArray errors = tool.readAllStandardError();
+            // What mysqldump says when the disk it writes to is full.
+            *problem = errors.contains("errno 28") ? QStringLiteral("磁盘空间不足，无法写完“%1”").arg(target)
+                                                   : toolProblem(QStringLiteral("mysqldump程序"), errors);
             return false;
         }
+        if (!straight.isEmpty()) {
+            // Only its end says whether the dump is complete.
+            QFile written(straight);
+            const qint64 tail = 64 * 1024;
+            if (written.open(QIODevice::ReadOnly) && written.seek(qMax<qint64>(0, written.size() - tail)))
+                scanner.feed(written.read(tail));
+        }
+        scanner.finish();
+        progress(file.size(), file.size(), true);
         if (!scanner.isComplete()) {
             *problem = QStringLiteral("mysqldump程序的输出没有结束行，备份不完整");
             return false;
@@ -406,6 +445,8 @@ backupEngine::backupEngine(const toolAccount &account, const QString &connection
     , m_account(account)
     , m_connectionName(connectionName)
 {
+    // The stage reaches the caller's thread through a queued connection.
+    qRegisterMetaType<backupEngine::stage>();
 }
 
 backupEngine::~backupEngine()
@@ -495,7 +536,7 @@ bool backupEngine::startRestore(const QString &fileName)
         }
         job.enter(stage::Repairing, QStringLiteral("正在检查索引和触发器……"), false);
         {
-            jobConnection connection(m_connectionName);
+            jobConnection connection(m_connectionName, m_account.database);
             result.warning = connection.isOpen()
                 ? schemaRepair::ensure(connection.db(), m_templatePath, &result.repaired)
                 : QStringLiteral("无法连接数据库检查索引和触发器：") + connection.problem();
@@ -522,7 +563,7 @@ bool backupEngine::startClearing(const QDate &before, const QString &operatorNam
         }
         job.enter(stage::Clearing, QStringLiteral("正在清理业务数据……"), false);
         const QString date = before.toString(QStringLiteral("yyyy-MM-dd"));
-        jobConnection connection(m_connectionName);
+        jobConnection connection(m_connectionName, m_account.database);
         QSqlError error;
         result.ok = connection.isOpen()
             && dbTools::runInTransaction(
