@@ -66,6 +66,8 @@ QString writeProblem(const QFileDevice &file, const QString &path)
         return QStringLiteral("磁盘空间不足，无法写完“%1”").arg(path);
     case QFileDevice::OpenError:
     case QFileDevice::PermissionsError:
+        if (!QFileInfo::exists(QFileInfo(path).absolutePath()))
+            return QStringLiteral("文件夹“%1”不存在").arg(QFileInfo(path).absolutePath());
         if (!QFileInfo(QFileInfo(path).absolutePath()).isWritable())
             return QStringLiteral("没有权限在文件夹“%1”里写文件").arg(QFileInfo(path).absolutePath());
         break;
