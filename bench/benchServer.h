@@ -20,6 +20,18 @@ public:
     bool isUp() const { return m_up; }
     QString folder() const { return m_dir; }
 
+    // Right after a bulk fill (or a restore) InnoDB is still busy in the
+    // background: most of what was just written sits as dirty pages that the
+    // page cleaner flushes over the next minutes, and the dropped tables'
+    // undo is purged. Whatever is timed meanwhile shares the two cores with
+    // that work, and which runs it hits is chance: the same search varied by
+    // a third between runs. So the server is told to flush everything now,
+    // and this returns once no dirty page and no purge backlog is left. The
+    // statistics are taken first, so their own writes are flushed too.
+    // Returns the milliseconds waited (-1 on a timeout). Runs on the default
+    // connection.
+    qint64 settle();
+
 private:
     QString m_dir;
     bool m_up = false;

@@ -10,7 +10,7 @@
 // folder, about 1.5 GB, is removed unless --keep is given.
 //
 // After each fill it waits until the server has flushed and purged (see
-// settle()); every figure is the median of several runs, program and floor
+// benchServer::settle()); every figure is the median of several runs, program and floor
 // taking turns. The machine is shared, so the ratios (ten years against one,
 // program against floor) say more than the milliseconds.
 #include "frmSearchLease.h"
@@ -36,7 +36,6 @@
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTableWidget>
-#include <QThread>
 #include <QTreeWidget>
 #include <algorithm>
 #include <cstdio>
@@ -137,58 +136,6 @@ qint64 fill(int first, int last)
     if (!run(QStringLiteral("COMMIT")) || !run(QStringLiteral("SET unique_checks=1, foreign_key_checks=1")))
         return -1;
     return timer.elapsed();
-}
-
-// A single number the server reports, or -1.
-double scalar(const QString &sql)
-{
-    QSqlQuery query;
-    return query.exec(sql) && query.next() ? query.value(query.record().count() - 1).toDouble() : -1;
-}
-
-// Right after a bulk fill InnoDB is still busy in the background: most of
-// the 1.5 GB just written sits as dirty pages that the page cleaner flushes
-// over the next minutes, and the dropped tables' undo is purged. Whatever
-// is timed meanwhile shares the two cores with that work, and which runs it
-// hits is chance: the same search varied by a third between runs. So the
-// server is told to flush everything now, and the measuring starts once no
-// dirty page and no purge backlog is left. The statistics are taken first,
-// so their own writes are flushed too. Returns the milliseconds waited (-1 on a timeout).
-qint64 settle()
-{
-    QElapsedTimer timer;
-    timer.start();
-    run(QStringLiteral("ANALYZE TABLE lease,leaseout,leasein,leasehouse"));
-    const double dirtyPct = scalar(QStringLiteral("SELECT @@GLOBAL.innodb_max_dirty_pages_pct"));
-    const double lowWater = scalar(QStringLiteral("SELECT @@GLOBAL.innodb_max_dirty_pages_pct_lwm"));
-    const double ioCapacity = scalar(QStringLiteral("SELECT @@GLOBAL.innodb_io_capacity"));
-    const double ioCapacityMax = scalar(QStringLiteral("SELECT @@GLOBAL.innodb_io_capacity_max"));
-    // At the default 200 pages a second the ten years' dirty pages took 72 s
-    // to flush; nothing else is running, so the cleaner may go flat out.
-    run(QStringLiteral("SET GLOBAL innodb_io_capacity_max=100000"));
-    run(QStringLiteral("SET GLOBAL innodb_io_capacity=100000"));
-    run(QStringLiteral("SET GLOBAL innodb_max_dirty_pages_pct_lwm=0"));
-    run(QStringLiteral("SET GLOBAL innodb_max_dirty_pages_pct=0"));
-    bool quiet = false;
-    double dirty = -1, history = -1;
-    // Quiet twice in a row, half a second apart: one idle sample can fall
-    // between two flush batches.
-    for (int calm = 0; !quiet && timer.elapsed() < 300000;) {
-        dirty = scalar(QStringLiteral("SHOW GLOBAL STATUS LIKE 'Innodb_buffer_pool_pages_dirty'"));
-        history = scalar(QStringLiteral("SHOW GLOBAL STATUS LIKE 'Innodb_history_list_length'"));
-        calm = dirty == 0 && history <= 0 ? calm + 1 : 0;
-        quiet = calm >= 2;
-        if (!quiet)
-            QThread::msleep(500);
-    }
-    run(QStringLiteral("SET GLOBAL innodb_max_dirty_pages_pct=%1").arg(dirtyPct));
-    run(QStringLiteral("SET GLOBAL innodb_max_dirty_pages_pct_lwm=%1").arg(lowWater));
-    run(QStringLiteral("SET GLOBAL innodb_io_capacity=%1").arg(ioCapacity));
-    run(QStringLiteral("SET GLOBAL innodb_io_capacity_max=%1").arg(ioCapacityMax));
-    if (!quiet)
-        std::fprintf(stderr, "server not quiet after %lld ms: %.0f dirty pages, history %.0f\n",
-                     timer.elapsed(), dirty, history);
-    return quiet ? timer.elapsed() : -1;
 }
 
 double median(std::vector<double> values)
@@ -510,7 +457,7 @@ int main(int argc, char **argv)
         std::printf("%s: %s in %.1f s (%d registrations)\n", stages[stage], reuse ? "kept" : "filled", ms / 1000.0,
                     testSupport::count(QStringLiteral("lease")));
         std::fflush(stdout);
-        const qint64 settled = settle();
+        const qint64 settled = server.settle();
         std::printf("  server quiet after %.1f s (no dirty page, no purge backlog)\n", settled / 1000.0);
         std::fflush(stdout);
         measure(stage, runs, year);

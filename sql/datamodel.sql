@@ -77,6 +77,5 @@ CREATE TABLE log (
   日期 datetime     NOT NULL,
   用户 varchar(60)  DEFAULT NULL,
   描述 varchar(255) DEFAULT NULL,
-  序号 bigint unsigned NOT NULL AUTO_INCREMENT INVISIBLE,
-  PRIMARY KEY (序号)
+  序号 bigint unsigned NOT NULL AUTO_INCREMENT INVISIBLE PRIMARY KEY
 ) ENGINE=InnoDB DEFAULT CHARSET=utf8;

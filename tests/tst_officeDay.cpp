@@ -457,6 +457,7 @@ private slots:
         QCOMPARE(backedUp.mid(1), (QStringList{browseLine(1), browseLine(2), browseLine(3), browseLine(4)}));
         m_boxes->handler = adminDriver::fileDialogAnswer(m_dir.filePath("zelnor-day.sda"));
         QVERIFY(choose("备份业务数据"));
+        QVERIFY(QTest::qWaitFor([&] { return !m_window->maintenanceRunning(); }, 60000));
         QCOMPARE(m_boxes->take(), QStringList{"备份业务数据"});
         QCOMPARE(m_window->statusBar()->currentMessage(), QString(" 信息：数据备份完成！"));
         const QStringList logAtBackup = m_log;
@@ -464,8 +465,14 @@ private slots:
         auto *clear = open<frmClearData>("清理业务数据");
         QVERIFY(clear);
         clear->dateEdit()->setDate(m_window->workDate().addDays(1)); // everything registered before it
+        QVERIFY(QTest::qWaitFor([&] { return clear->countLabel()->text().startsWith("将删除 4 条登记"); }));
         clear->yesButton()->click();
-        QCOMPARE(m_boxes->take(), QStringList());
+        QVERIFY(QTest::qWaitFor([&] { return !m_window->maintenanceRunning(); }, 60000));
+        // The clearing says where the data it removed was kept.
+        const QStringList told = m_boxes->take();
+        QCOMPARE(told.size(), 1);
+        QVERIFY2(told.first().startsWith("信息|数据清理OK。清理前的数据已自动备份到“") && told.first().endsWith("清理前.sda”，用它恢复即可撤销这次清理。"),
+                 qPrintable(told.first()));
         QCOMPARE(m_window->statusBar()->currentMessage(), QString("数据清理OK"));
         expectLog("清理" + day(1) + "之前业务数据");
         QCOMPARE(testSupport::tableCounts(), counts(0));
@@ -473,7 +480,11 @@ private slots:
 
         m_boxes->handler = adminDriver::fileDialogAnswer(m_dir.filePath("zelnor-day.sda"));
         QVERIFY(choose("恢复业务数据"));
-        QCOMPARE(m_boxes->take(), QStringList{"打开备份数据文件："});
+        QVERIFY(QTest::qWaitFor([&] { return !m_window->maintenanceRunning(); }, 60000));
+        const QStringList restored = m_boxes->take();
+        QCOMPARE(restored.value(0), QString("打开备份数据文件："));
+        QVERIFY2(restored.value(1).startsWith("信息|数据恢复完成，请重新登录！") && restored.size() == 2,
+                 qPrintable(restored.join('\n')));
         QCOMPARE(m_window->statusBar()->currentMessage(), QString(" 信息：数据恢复完成，请重新登录！"));
         QCOMPARE(browsed(), backedUp);
         // The new column and its value, and the new choice, are back too.

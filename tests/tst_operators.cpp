@@ -523,11 +523,16 @@ private slots:
             QTemporaryDir dir;
             m_boxes->handler = adminDriver::fileDialogAnswer(dir.filePath("day.sda"));
             window->slotBackupData();
+            QVERIFY(QTest::qWaitFor([&] { return !window->maintenanceRunning(); }, 60000));
             QCOMPARE(m_boxes->take(), QStringList{"备份业务数据"});
             QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据备份完成！"));
             QVERIFY(rootExec("DELETE FROM zelnor.lease"));
             window->slotRestoreData();
-            QCOMPARE(m_boxes->take(), QStringList{"打开备份数据文件："});
+            QVERIFY(QTest::qWaitFor([&] { return !window->maintenanceRunning(); }, 60000));
+            const QStringList restored = m_boxes->take();
+            QCOMPARE(restored.value(0), QString("打开备份数据文件："));
+            QVERIFY2(restored.value(1).startsWith("信息|数据恢复完成，请重新登录！") && restored.size() == 2,
+                     qPrintable(restored.join('\n')));
             QCOMPARE(window->statusBar()->currentMessage(), QString(" 信息：数据恢复完成，请重新登录！"));
             QCOMPARE(testSupport::registration(number, "出方名称"), QString("张伟"));
         } else {

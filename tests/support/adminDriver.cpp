@@ -66,6 +66,11 @@ std::function<void(QWidget *)> fileDialogAnswer(const QString &path)
 {
     return [path](QWidget *w) {
         auto *dialog = qobject_cast<QFileDialog *>(w);
+        if (!dialog) {
+            if (auto *other = qobject_cast<QDialog *>(w))
+                other->reject();
+            return;
+        }
         dialog->setDirectory(QFileInfo(path).absolutePath());
         if (!QFileInfo(path).fileName().isEmpty())
             dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->setText(QFileInfo(path).fileName());

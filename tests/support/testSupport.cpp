@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
+#include <QProgressDialog>
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
@@ -226,10 +227,7 @@ void createOperator(const QString &displayName, const QString &password, int lev
     const QString account = myTools::accountName(displayName);
     QStringList statements = operatorSql::grantStatements(account, operatorSql::levelText(level),
                                                           QStringLiteral("zelnor"));
-    // The password goes into the literal as the callers write it (an
-    // apostrophe already doubled), not through the dialog's escaping.
-    statements << QStringLiteral("SET PASSWORD FOR '") + account + QStringLiteral("'@'%' = PASSWORD('") + password
-            + QStringLiteral("')");
+    statements << operatorSql::setPasswordSql(account, QStringLiteral("%"), password);
     for (const QString &sql : statements)
         exec(sql);
 }
@@ -340,7 +338,9 @@ QStringList modalWatcher::take()
 void modalWatcher::poll()
 {
     QWidget *modal = QApplication::activeModalWidget();
-    if (!modal)
+    // A maintenance job's progress goes by itself when the job ends; no one
+    // answers it (its 取消 would stop the job).
+    if (!modal || qobject_cast<QProgressDialog *>(modal))
         return;
     seen s{QString::fromLatin1(modal->metaObject()->className()), modal->windowTitle(), QString()};
     if (auto *box = qobject_cast<QMessageBox *>(modal)) {

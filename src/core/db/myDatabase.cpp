@@ -102,6 +102,25 @@ bool myDatabase::reopen()
     return false;
 }
 
+myDatabase myDatabase::copy(const QString &connectionName, const QString &database, QSqlError *error) const
+{
+    QSqlDatabase db = QSqlDatabase::cloneDatabase(m_name, connectionName);
+    db.setDatabaseName(database);
+    myDatabase copied(connectionName);
+    copied.open(error);
+    return copied;
+}
+
+void myDatabase::discard()
+{
+    {
+        QSqlDatabase db = connection();
+        if (db.isValid())
+            db.close();
+    }
+    QSqlDatabase::removeDatabase(m_name);
+}
+
 bool myDatabase::isOpen() const { return connection().isOpen(); }
 
 void myDatabase::close()

@@ -47,6 +47,13 @@ public:
     bool reopen();
     bool isOpen() const;
     void close();
+    // A connection of its own with this one's account, for work on another
+    // thread (a Qt connection serves the thread that opened it), on the given
+    // database, opened and set up like every session; call it on the thread
+    // that will use it. discard() removes it again.
+    myDatabase copy(const QString &connectionName, const QString &database, QSqlError *error = nullptr) const;
+    void discard();
+
     // Whether any server answers for these credentials, a refusal of the
     // account included (the server is up then). Uses a connection of its own
     // that is gone when it returns.

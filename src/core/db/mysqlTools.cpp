@@ -1,4 +1,5 @@
 #include "mysqlTools.h"
+#include "toolFolder.h"
 
 #include "serverMessage.h"
 
@@ -107,15 +108,19 @@ bool runScript(const myDatabase::account &account, const QString &scriptPath, QS
         return false;
     }
 
-    QStringList args;
-    if (!account.password.isEmpty())
-        args << QStringLiteral("-p") + account.password;
-    args << QStringLiteral("-u") << account.user << QStringLiteral("-h") << account.host
-         << QStringLiteral("--database") << account.database;
+    // The password goes through a private option file, never the command
+    // line, which every user of the machine can read.
+    const toolFolder tools(account);
+    if (!tools.isValid()) {
+        if (problem)
+            *problem = tools.errorString();
+        return false;
+    }
+    const QStringList args = tools.arguments() + QStringList{QStringLiteral("--database"), account.database};
 
     QProcess client;
     client.setStandardInputFile(scriptPath);
-    return runTool(client, QStringLiteral("mysql"), args, QStringLiteral("mysql客户端程序"), timeoutMs, problem);
+    return runTool(client, toolProgram(QStringLiteral("mysql")), args, QStringLiteral("mysql客户端程序"), timeoutMs, problem);
 }
 
 bool runTool(QProcess &tool, const QString &program, const QStringList &args, const QString &toolName,

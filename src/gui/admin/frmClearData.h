@@ -4,10 +4,13 @@
 #include <QWidget>
 
 class QDateEdit;
+class QLabel;
+class QTimer;
 class QPushButton;
 class formHost;
 
-// 清理业务数据: removes the registrations registered before a chosen date.
+// 清理业务数据: removes the registrations registered before a chosen date,
+// after showing how many that is and after an automatic backup of the data.
 // Only lease rows are deleted here; the database's delete triggers take the
 // party rows with them.
 class frmClearData : public QWidget
@@ -18,16 +21,20 @@ public:
 
     QDateEdit *dateEdit() const { return m_date; }
     QPushButton *yesButton() const { return m_yes; }
+    QLabel *countLabel() const { return m_count; }
 
 private slots:
     void btExitClicked();
     void btYesClicked();
     void clearSigns();
+    void countRegistrations();
 
 private:
     formHost *m_host;
     QDateEdit *m_date;
     QPushButton *m_yes;
+    QLabel *m_count;
+    QTimer *m_counting;
 };
 
 #endif

@@ -6,6 +6,7 @@
 
 class QProcess;
 class QWidget;
+class backupEngine;
 class myDatabase;
 
 // What a form may ask of the window it lives in. The main window implements
@@ -41,6 +42,12 @@ public:
     // forms already open (one lease at a time avoids editing the same
     // registration in two windows).
     virtual void openRegistration(const QString &number) = 0;
+
+    // A backup engine for one maintenance job, set up with the automatic
+    // backup folder and shown in the window's progress dialog; it deletes
+    // itself when the job ends. Null, after telling the operator, when
+    // another job runs or the server does not answer.
+    virtual backupEngine *startMaintenance() = 0;
 };
 
 // The few things only the shell's own forms need: the login hands over to

@@ -1,6 +1,7 @@
 #include "desktopFit.h"
 #include "gbText.h"
 #include "mainWindow.h"
+#include "toolFolder.h"
 
 #include <QApplication>
 #include <QTextCodec>
@@ -18,6 +19,9 @@ int main(int argc, char *argv[])
 #ifdef Q_OS_WIN
     QTextCodec::setCodecForLocale(gbText::codec());
 #endif
+    // A run that ended without tidying up (a crash, a power cut) may have
+    // left the tools' password file or a half-written backup behind.
+    toolFolder::removeLeftovers();
     mainWindow window; // destroyed before the application object, being declared after it
     window.show();
     return app.exec();

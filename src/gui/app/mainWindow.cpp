@@ -1,6 +1,7 @@
 #include "mainWindow.h"
 
 #include "appSettings.h"
+#include "backupEngine.h"
 #include "dataBackup.h"
 #include "desktopFit.h"
 #include "firstRun.h"
@@ -19,11 +20,12 @@
 #include "frmViewLease.h"
 #include "gbText.h"
 #include "installPaths.h"
+#include "maintenanceProgress.h"
 #include "myTableView.h"
 #include "myTools.h"
 #include "operationLog.h"
 #include "reporter.h"
-#include "schemaUpgrade.h"
+#include "schemaRepair.h"
 
 #include <QAction>
 #include <QApplication>
@@ -283,7 +285,7 @@ void mainWindow::afterLogin(const QString &databaseName)
 
     m_level = myTools::operatorLevel(m_database, account, m_database.databaseName());
     if (m_level <= 1)
-        schemaUpgrade::ensureLogKey(m_database); // a supervisor's rights are needed; others never try
+        repairSchema();
     checkRegion();
     m_levelLabel->setText(QStringLiteral("权限：") + myTools::levelName(m_level));
 
@@ -291,6 +293,19 @@ void mainWindow::afterLogin(const QString &databaseName)
     applyBackground();
     m_database.writeLog(m_operatorName, QStringLiteral("登录系统"));
     showMaximized();
+}
+
+void mainWindow::repairSchema()
+{
+    // A database an earlier installation made may lack the key on the
+    // number, the delete triggers or the log's key; adding them needs a
+    // supervisor's rights, so only such a login tries. Something that cannot
+    // be added (duplicate numbers block the key) is said at every such login
+    // until it is put right.
+    const QString problem =
+        schemaRepair::ensure(m_database, installPaths::dataFile(QStringLiteral("datamodel.sql")));
+    if (!problem.isEmpty())
+        QMessageBox::warning(this, QStringLiteral("警告"), problem);
 }
 
 void mainWindow::checkRegion()
@@ -398,45 +413,84 @@ void mainWindow::slotManageSelectedItem() { openDatabaseForm<frmManageSelectedIt
 void mainWindow::slotSetBackground() { openForm(new frmSetBackground(this)); }
 void mainWindow::slotManageServer() { openForm(new frmManageServer(this)); }
 
+backupEngine *mainWindow::startMaintenance()
+{
+    if (backupEngine::anyRunning()) {
+        QApplication::beep();
+        statusBar()->showMessage(QStringLiteral("另一项数据维护正在进行，请等它完成。"), 3000);
+        return nullptr;
+    }
+    if (!serverReachable())
+        return nullptr;
+    auto *engine = new backupEngine(m_database, this);
+    engine->setAutomaticBackupFolder(installPaths::backupFolder());
+    engine->setTemplatePath(installPaths::dataFile(QStringLiteral("datamodel.sql")));
+    new maintenanceProgress(engine, this);
+    connect(engine, &backupEngine::finished, engine, &QObject::deleteLater);
+    return engine;
+}
+
+void mainWindow::reportMaintenance(backupEngine *engine, const QString &done, int doneMs)
+{
+    if (engine->succeeded()) {
+        QApplication::beep();
+        statusBar()->showMessage(done, doneMs);
+        return;
+    }
+    statusBar()->clearMessage();
+    if (engine->cancelRequested())
+        QMessageBox::information(this, QStringLiteral("信息"), engine->message());
+    else
+        QMessageBox::critical(this, QStringLiteral("错误"), engine->message());
+}
+
 void mainWindow::slotBackupData()
 {
+    if (backupEngine::anyRunning())
+        return;
     QString name = QFileDialog::getSaveFileName(
         this, QStringLiteral("备份业务数据"),
         m_database.databaseName() + today().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral(".sda"),
         dataBackup::fileFilter());
     if (name.isEmpty())
         return;
-    statusBar()->showMessage(QStringLiteral("正在备份数据……"));
-    statusBar()->repaint(); // the dump blocks the event loop
     name = dataBackup::withExtension(name);
-    QString problem;
-    if (!dataBackup::backup(m_database.credentials(), name, &problem)) {
-        statusBar()->clearMessage();
-        QMessageBox::critical(this, QStringLiteral("错误"), problem);
+    backupEngine *engine = startMaintenance();
+    if (!engine)
         return;
-    }
-    QApplication::beep();
-    statusBar()->showMessage(QStringLiteral(" 信息：数据备份完成！"), 1000);
+    connect(engine, &backupEngine::finished, this,
+            [this, engine] { reportMaintenance(engine, QStringLiteral(" 信息：数据备份完成！"), 1000); });
+    statusBar()->showMessage(QStringLiteral("正在备份数据……"));
+    engine->startBackup(name);
 }
 
 void mainWindow::slotRestoreData()
 {
+    if (backupEngine::anyRunning())
+        return;
     const QString name = QFileDialog::getOpenFileName(this, QStringLiteral("打开备份数据文件："),
                                                       QStringLiteral("."), dataBackup::fileFilter());
     if (name.isEmpty())
         return;
-    statusBar()->showMessage(QStringLiteral(" 信息：正在恢复数据……"));
-    statusBar()->repaint();
-    QString problem;
-    if (!dataBackup::restore(m_database.credentials(), name, &problem)) {
-        statusBar()->clearMessage();
-        QMessageBox::critical(this, QStringLiteral("错误"), problem);
+    backupEngine *engine = startMaintenance();
+    if (!engine)
         return;
-    }
-    m_database.writeLog(m_operatorName, QStringLiteral("恢复数据"));
-    QApplication::beep();
-    statusBar()->showMessage(QStringLiteral(" 信息：数据恢复完成，请重新登录！"), 2000);
+    connect(engine, &backupEngine::finished, this, [this, engine] {
+        // The log row goes into the restored database: the log came back as
+        // it was at backup time, and this row says what happened since.
+        if (engine->succeeded())
+            m_database.writeLog(m_operatorName, QStringLiteral("恢复数据"));
+        reportMaintenance(engine, QStringLiteral(" 信息：数据恢复完成，请重新登录！"), 2000);
+        if (engine->succeeded())
+            QMessageBox::information(this, QStringLiteral("信息"), engine->message());
+        if (!engine->warning().isEmpty())
+            QMessageBox::warning(this, QStringLiteral("警告"), engine->warning());
+    });
+    statusBar()->showMessage(QStringLiteral(" 信息：正在恢复数据……"));
+    engine->startRestore(name);
 }
+
+bool mainWindow::maintenanceRunning() const { return backupEngine::anyRunning(); }
 
 void mainWindow::slotViewLog()
 {

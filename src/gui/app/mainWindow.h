@@ -38,6 +38,7 @@ public:
     // Closing only the form would leave its empty MDI frame behind.
     void closeForm(QWidget *form) override;
     void openRegistration(const QString &number) override;
+    backupEngine *startMaintenance() override;
 
     // shellHost
     void afterLogin(const QString &databaseName) override;
@@ -55,6 +56,8 @@ public:
     QMdiArea *mdiArea() const { return m_mdi; }
     bool autoStop() const { return m_autoStop; }
     QProcess *serverProcess() const { return m_serverProcess; }
+    // A backup, restore or clearing runs (on its own thread).
+    bool maintenanceRunning() const;
 
     void setLevel(int level);
     void applyLevel();
@@ -98,6 +101,8 @@ private:
     // Asks a supervisor for the region code when the settings hold no valid
     // one; anyone else is told and cannot register until it is set.
     void checkRegion();
+    void repairSchema();
+    void reportMaintenance(class backupEngine *engine, const QString &done, int doneMs);
     // Whether the server answers (reconnecting after a restart); tells the
     // operator when it does not.
     bool serverReachable();
