@@ -1,12 +1,18 @@
 // The certificate layout: what the layout editor writes to the settings file
-// and reads back, and registrations from the real database printed to a PDF.
+// and reads back; registrations from the real database printed to a PDF at
+// several desktop and printer resolutions, and through a real print queue
+// with the printer's calibration; the preview over a scanned form; the page
+// saved as a PDF when no printer answers.
 #include "adminDriver.h"
 #include "appSettings.h"
+#include "calibrationPage.h"
+#include "desktopFit.h"
 #include "frmSetPrintItem.h"
 #include "gbText.h"
 #include "mainWindow.h"
 #include "objPrint.h"
 #include "pdfText.h"
+#include "printSupport.h"
 #include "testSupport.h"
 
 #include <QPrinterInfo>
@@ -18,25 +24,43 @@ using adminDriver::gridColumn;
 
 namespace {
 
-// The stored items, then the page setup in one string, as another program
-// would read them. QSettings keeps one parsed copy per path and process, so
-// read a copy under another name.
-QStringList storedLayout()
+// Reads the settings file as another program would: QSettings keeps one
+// parsed copy per path and process, so read a copy under another name.
+void readStored(const std::function<void(QSettings &)> &read)
 {
     const QString copy = QDir::tempPath() + QStringLiteral("/zelnor-layout-%1.ini").arg(qApp->applicationPid());
     QFile::remove(copy);
     QFile::copy(testSupport::settingsPath(), copy);
-    QStringList items, page;
     {
         QSettings settings(copy, QSettings::IniFormat);
         settings.setIniCodec(gbText::codec());
+        read(settings);
+    }
+    QFile::remove(copy);
+}
+
+// The stored items, then the page setup in one string.
+QStringList storedLayout()
+{
+    QStringList items, page;
+    readStored([&](QSettings &settings) {
         for (int n = 0; settings.contains(QStringLiteral("PrintItems/%1").arg(n)); ++n)
             items << settings.value(QStringLiteral("PrintItems/%1").arg(n)).toString();
         for (const char *key : {"size", "direction", "Left", "top"})
             page << settings.value(QStringLiteral("PageSetup/") + key).toString();
-    }
-    QFile::remove(copy);
+    });
     return items << page.join('|');
+}
+
+// The stored values of these keys, joined by "|".
+QString storedValues(const QStringList &keys)
+{
+    QStringList values;
+    readStored([&](QSettings &settings) {
+        for (const QString &key : keys)
+            values << settings.value(key).toString();
+    });
+    return values.join('|');
 }
 
 // Fills table rows given as "row|expression|font|position|size|alignment|conversion";
@@ -75,6 +99,87 @@ void storeLayout(const QStringList &items, const QString &page = "A4|1|30|60")
         settings->setValue(QStringLiteral("PrintItems/%1").arg(n), items[n]);
 }
 
+// Layout units are 1/96 inch on every desktop and printer; the PDF speaks points.
+const double k = 0.75;
+const double mm = 72.0 / 25.4;
+
+// Registration B's certificate on A4 landscape with margins 30 and 60
+// points: the lessee's box is the one measured 57 pt apart at 96 and 120 dpi
+// when boxes followed the desktop. The texts share no character, so
+// pdfText::find can put split words together.
+const QStringList certificate{item("出方名称", "40,60"), item("承方名称", "380,60"), item("房屋坐落", "40,110", "居中"),
+                              item("收费金额", "380,160", "居右", "金额大写")};
+const QStringList certificateTexts{"张三丰", "李四", "解放路一号", "壹仟伍佰零伍元整"};
+const QString certificatePage = QStringLiteral("A4|1|30|60");
+const QSizeF a4Landscape(842, 595);
+
+// Where a certificate item belongs, in points on the sheet: 96 units an inch
+// from the corner inside the margins.
+QRectF nominalBox(int n, double left = 30, double top = 60)
+{
+    const QStringList at = certificate[n].section('\t', 2, 2).split(',');
+    return QRectF(left + at[0].toInt() * k, top + at[1].toInt() * k, 300 * k, 40 * k);
+}
+
+// A point on the sheet as a printer with this calibration puts it.
+QPointF calibrated(const printCalibration &c, const QPointF &p)
+{
+    return QPointF(c.offsetXmm * mm + c.scaleXpercent / 100 * p.x(), c.offsetYmm * mm + c.scaleYpercent / 100 * p.y());
+}
+
+QRectF calibrated(const printCalibration &c, const QRectF &r)
+{
+    return QRectF(calibrated(c, r.topLeft()), calibrated(c, r.bottomRight()));
+}
+
+// Every item of the certificate stands in its box, as its alignment says.
+void checkCertificate(const pdfText::page &page, const printCalibration &c = {})
+{
+    QCOMPARE(page.size.toSize(), a4Landscape.toSize());
+    for (int n = 0; n < certificate.size(); ++n)
+        pdfText::checkInBox(page, certificateTexts[n], calibrated(c, nominalBox(n)), certificate[n].section('\t', 4, 4));
+}
+
+// Every item's text, all four edges, where it stands on the reference page,
+// moved as a printer with this calibration moves a point.
+void checkSamePlaces(const pdfText::page &page, const pdfText::page &reference, double tolerance,
+                     const printCalibration &c = {})
+{
+    for (const QString &text : certificateTexts) {
+        const QRectF is = pdfText::find(page, text), was = calibrated(c, pdfText::find(reference, text));
+        QVERIFY2(!is.isNull() && !was.isNull(), qPrintable(text + " missing"));
+        for (double d : {is.left() - was.left(), is.top() - was.top(), is.right() - was.right(),
+                         is.bottom() - was.bottom()})
+            QVERIFY2(qAbs(d) <= tolerance, qPrintable(QString("%1 is %2 pt off").arg(text).arg(d)));
+    }
+}
+
+// Statements the session has run, to see that a page is filled once.
+qint64 selectsRun()
+{
+    return testSupport::scalar("SELECT VARIABLE_VALUE FROM information_schema.SESSION_STATUS "
+                               "WHERE VARIABLE_NAME='COM_SELECT'").toLongLong();
+}
+
+// The scan's size as the preview shows it ("底图 297.0 × 210.0 毫米"), within
+// half a millimetre, and whether it warns that the paper is another size.
+void checkScanSize(const QString &label, const QSizeF &mm, const QString &warning = QString())
+{
+    const QRegularExpressionMatch read = QRegularExpression("^底图 ([\\d.]+) × ([\\d.]+) 毫米(.*)$").match(label);
+    QVERIFY2(read.hasMatch(), qPrintable(label));
+    QVERIFY2(qAbs(read.captured(1).toDouble() - mm.width()) < 0.5 && qAbs(read.captured(2).toDouble() - mm.height()) < 0.5,
+             qPrintable(label));
+    QCOMPARE(read.captured(3), warning);
+}
+
+QPushButton *button(QWidget *form, const QString &text)
+{
+    for (QPushButton *b : form->findChildren<QPushButton *>())
+        if (b->text() == text)
+            return b;
+    return nullptr;
+}
+
 } // namespace
 
 class tst_print : public QObject
@@ -83,7 +188,6 @@ class tst_print : public QObject
     QTemporaryDir m_dir;
     QString m_pdf;
     std::unique_ptr<mainWindow> m_window;
-    double m_k = 0; // points per device unit
 
     frmSetPrintItem *openForm()
     {
@@ -100,25 +204,52 @@ class tst_print : public QObject
         return QFile::exists(m_pdf) ? pdfText::read(m_pdf) : QList<pdfText::page>();
     }
 
+    // The layout editor holding the certificate, unsaved, with its fonts.
+    frmSetPrintItem *editorWithCertificate()
+    {
+        frmSetPrintItem *form = openForm();
+        for (int n = 0; n < certificate.size(); ++n) {
+            const QStringList parts = certificate[n].split('\t');
+            for (int column : {0, 2, 3, 4, 5})
+                form->table()->setItem(n, column, new QTableWidgetItem(parts[column]));
+            auto *fontCell = new QTableWidgetItem("字样");
+            fontCell->setData(Qt::FontRole, QFont("WenQuanYi Zen Hei", 16));
+            form->table()->setItem(n, 1, fontCell);
+        }
+        const QStringList page = certificatePage.split('|');
+        form->paperEdit()->setText(page[0]);
+        form->landscapeButton()->setChecked(page[1] == "1");
+        form->leftEdit()->setText(page[2]);
+        form->topEdit()->setText(page[3]);
+        return form;
+    }
+
 private slots:
     void initTestCase()
     {
         testSupport::initApplication();
+        QVERIFY(desktopFit::installQtTranslations(qApp));
         QVERIFY(m_dir.isValid());
-        // Boxes are measured in screen pixels; the PDF speaks points.
-        m_k = 72.0 / QPrinter(QPrinter::ScreenResolution).resolution();
     }
 
     void init()
     {
+        m_pdf = m_dir.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".pdf");
+        QFile::remove(m_pdf);
+        // Pages go to the PDF file, except beside the print queue, where they
+        // go to the printer.
+        objPrint::setPdfOutputForTests(printSupport::inPrintQueue() ? QString() : m_pdf);
+        if (testSupport::isChild()) {
+            // The parent set up the database and the settings file for this row.
+            QVERIFY(testSupport::connectAsRoot("zelnor"));
+            m_window.reset(new mainWindow);
+            return;
+        }
         testSupport::resetDatabase();
         testSupport::removeSettingsFile();
         // A is what a query without a number returns first; printing B must never show A's values.
         testSupport::insertLease({numberA, "2026-03-01", 120, "王五", "", "赵六", "", "中山路8号"});
-        testSupport::insertLease({numberB, "2026-03-02", 1505, "张三丰", "13800001111", "李四", "", "解放路1号"});
-        m_pdf = m_dir.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".pdf");
-        QFile::remove(m_pdf);
-        objPrint::setPdfOutputForTests(m_pdf);
+        testSupport::insertLease({numberB, "2026-03-02", 1505, "张三丰", "13800001111", "李四", "", "解放路一号"});
         m_window.reset(new mainWindow);
     }
 
@@ -183,7 +314,6 @@ private slots:
         QTest::addColumn<QString>("number");
         QTest::addColumn<QStringList>("items"); // none: no settings file at all
         QTest::addColumn<QString>("page");      // paper|landscape|left|top
-        QTest::addColumn<bool>("toPdf");
         QTest::addColumn<QSize>("paper");       // points; empty when nothing is printed
         QTest::addColumn<QString>("text");      // all of it
         QTest::addColumn<QRectF>("box");        // points: where the first item stands, if checked
@@ -191,13 +321,13 @@ private slots:
         const QString a4 = "A4|1|30|60";
         const QSize a4Land(842, 595);
         const QStringList one{item("出方名称", "0,0")};
-        auto box = [this](double left, double top, int x, int y) {
-            return QRectF(left + x * m_k, top + y * m_k, 300 * m_k, 40 * m_k);
+        auto box = [](double left, double top, int x, int y) {
+            return QRectF(left + x * k, top + y * k, 300 * k, 40 * k);
         };
         const auto row = [](const char *name, const QString &number, const QStringList &items, const QSize &paper,
                             const QString &text, const QRectF &box = {}, const QString &page = "A4|1|30|60",
-                            const QString &message = {}, bool toPdf = true) {
-            QTest::newRow(name) << number << items << page << toPdf << paper << text << box << message;
+                            const QString &message = {}) {
+            QTest::newRow(name) << number << items << page << paper << text << box << message;
         };
         // Left, centred, right and 金额大写 in their boxes: the office-day program
         // prints them; the conversions themselves are tst_helpers' numerals.
@@ -224,22 +354,16 @@ private slots:
             {item("没有这个字段+", "0,0"), item("承方名称", "0,100"), item("出方名称)", "0,200"),
              item("leaseout.登记编号", "0,300", "居左", "中文数字")},
             a4Land, "李四", {}, a4, "数目太大，无法换算！");
-        row("no printer", numberB, one, {}, "", {}, a4, "无法打印：没有可用的打印机。请先在系统中安装打印机并设为默认打印机。", false);
     }
 
     void printing()
     {
         QFETCH(QString, number);
         QFETCH(QStringList, items);
-        QFETCH(bool, toPdf);
         QFETCH(QSize, paper);
         QFETCH(QString, text);
         QFETCH(QRectF, box);
         QFETCH(QString, message);
-        if (!toPdf && !QPrinterInfo::availablePrinterNames().isEmpty())
-            QSKIP("this machine has a printer; the no-printer path cannot be reached");
-        if (!toPdf)
-            objPrint::setPdfOutputForTests(QString());
         if (!items.isEmpty()) {
             QFETCH(QString, page);
             storeLayout(items, page);
@@ -294,11 +418,149 @@ private slots:
         QCOMPARE(pages.size(), 1);
         QCOMPARE(pages[0].size.toSize(), QSize(420, 595));
         QCOMPARE(pdfText::allText(pages[0]), QString("李四壹仟伍佰零伍元整"));
-        pdfText::checkInBox(pages[0], "李四", QRectF(50 + 200 * m_k, 10 + 100 * m_k, 300 * m_k, 40 * m_k), "居右");
-        pdfText::checkInBox(pages[0], "壹仟伍佰零伍元整", QRectF(50, 10 + 300 * m_k, 400 * m_k, 40 * m_k), "居左");
+        pdfText::checkInBox(pages[0], "李四", QRectF(50 + 200 * k, 10 + 100 * k, 300 * k, 40 * k), "居右");
+        pdfText::checkInBox(pages[0], "壹仟伍佰零伍元整", QRectF(50, 10 + 300 * k, 400 * k, 40 * k), "居左");
         QVERIFY2(pdfText::find(pages[0], "李四").height() > 20, "not the 24-point font of the cell");
         QCOMPARE(printLayout::load().items.value(0).expression, QString("出方名称"));
     }
+
+    // --- the same places whatever the resolution ------------------------------
+
+    void samePlaceAtEveryResolution_data()
+    {
+        QTest::addColumn<int>("desktopDpi"); // 0: this process's desktop
+        QTest::addColumn<int>("printerDpi"); // 0: the printer's own
+        // Another desktop needs a process of its own (the resolution is read
+        // when the application starts), with Qt Test's fixed 96 dpi turned off.
+        for (int dpi : {96, 120, 192})
+            QTest::addRow("desktop at %d dpi", dpi) << dpi << 0;
+        QTest::newRow("desktop at the offscreen 100 dpi") << 100 << 0;
+        for (int dpi : {96, 120, 192, 600})
+            QTest::addRow("printer at %d dpi", dpi) << 0 << dpi;
+    }
+
+    void samePlaceAtEveryResolution()
+    {
+        QFETCH(int, desktopDpi);
+        QFETCH(int, printerDpi);
+        const bool otherDesktop = desktopDpi > 0 && desktopDpi != 100;
+        if (testSupport::isChild()) {
+            // Printing with the desktop's resolution would move every box here.
+            QCoreApplication::setAttribute(Qt::AA_Use96Dpi, false);
+            QCOMPARE(QPrinter(QPrinter::ScreenResolution).resolution(), desktopDpi);
+            objPrint::setPdfOutputForTests(qEnvironmentVariable("ZELNOR_TEST_PDF"));
+            bool printed = false;
+            printNumber(numberB, printed);
+            QVERIFY(printed);
+            return;
+        }
+        storeLayout(certificate, certificatePage);
+        bool printed = false;
+        const pdfText::page reference = printNumber(numberB, printed).value(0);
+        QVERIFY(printed);
+        checkCertificate(reference);
+
+        const QString pdf = m_dir.filePath("resolution.pdf");
+        QFile::remove(pdf);
+        if (otherDesktop) {
+            qputenv("QT_FONT_DPI", QByteArray::number(desktopDpi));
+            qputenv("ZELNOR_TEST_PDF", pdf.toLocal8Bit());
+            QString output;
+            const int code = testSupport::runInChild(
+                {QString("samePlaceAtEveryResolution:") + QTest::currentDataTag()}, testSupport::socketPath(),
+                testSupport::serverPort(), testSupport::serverDir(), &output);
+            qunsetenv("QT_FONT_DPI");
+            qunsetenv("ZELNOR_TEST_PDF");
+            QVERIFY2(code == 0, qPrintable(output));
+        } else {
+            // The offscreen desktop's own 100 dpi, once Qt Test's 96 is off.
+            QCoreApplication::setAttribute(Qt::AA_Use96Dpi, desktopDpi == 0);
+            if (desktopDpi)
+                QCOMPARE(QPrinter(QPrinter::ScreenResolution).resolution(), desktopDpi);
+            objPrint::setPdfOutputForTests(pdf, printerDpi);
+            printNumber(numberB, printed);
+            QCoreApplication::setAttribute(Qt::AA_Use96Dpi, true);
+            QVERIFY(printed);
+        }
+        const QList<pdfText::page> pages = pdfText::read(pdf);
+        QCOMPARE(pages.size(), 1);
+        checkCertificate(pages[0]);
+        // All four edges: the font kept its point size too.
+        checkSamePlaces(pages[0], reference, 0.75);
+    }
+
+    // --- no printer ------------------------------------------------------------
+
+    void noPrinterOffersPdf_data()
+    {
+        QTest::addColumn<QString>("entry");    // 打印 or 测试打印
+        QTest::addColumn<bool>("accept");      // the offer
+        QTest::addColumn<QString>("fileName"); // typed into the file dialog; empty: cancelled
+        QTest::addColumn<QString>("proposed"); // the name the dialog proposed
+        QTest::addColumn<QString>("saved");    // the file written; empty: none
+        QTest::newRow("打印, saved, .pdf added") << "打印" << true << "证书" << "330102202600002.pdf" << "证书.pdf";
+        QTest::newRow("打印, offer declined") << "打印" << false << "" << "" << "";
+        QTest::newRow("打印, file dialog cancelled") << "打印" << true << "" << "330102202600002.pdf" << "";
+        QTest::newRow("测试打印, saved") << "测试打印" << true << "test.PDF" << "测试打印.pdf" << "test.PDF";
+    }
+
+    void noPrinterOffersPdf()
+    {
+        QFETCH(QString, entry);
+        QFETCH(bool, accept);
+        QFETCH(QString, fileName);
+        QFETCH(QString, proposed);
+        QFETCH(QString, saved);
+        if (!QPrinterInfo::availablePrinterNames().isEmpty())
+            QSKIP("this machine has a printer; the no-printer path cannot be reached");
+        objPrint::setPdfOutputForTests(QString());
+        storeLayout(certificate, certificatePage);
+        frmSetPrintItem *form = entry == "测试打印" ? editorWithCertificate() : nullptr;
+        // The only registration left is B, which the test page shows too.
+        testSupport::exec(QStringLiteral("DELETE FROM leaseout WHERE 登记编号='%1'").arg(numberA));
+
+        QTemporaryDir folder;
+        QString dialogProposed;
+        modalWatcher watcher(accept ? QMessageBox::Yes : QMessageBox::No);
+        watcher.handler = [&](QWidget *modal) {
+            auto *dialog = qobject_cast<QFileDialog *>(modal);
+            dialogProposed = QFileInfo(dialog->selectedFiles().value(0)).fileName();
+            if (fileName.isEmpty())
+                dialog->reject();
+            else
+                adminDriver::fileDialogAnswer(folder.filePath(fileName))(modal);
+        };
+        qint64 before = selectsRun();
+        const qint64 counting = selectsRun() - before; // the count's own statement
+        before = selectsRun();
+        bool printed = false;
+        if (form)
+            form->btPrintClicked();
+        else
+            printNumber(numberB, printed);
+        // One statement per item: the file shows the values fetched for the printer.
+        QCOMPARE(selectsRun() - before - counting, qint64(certificate.size()));
+
+        QCOMPARE(watcher.boxes.value(0).title, QString("错误"));
+        QCOMPARE(watcher.boxes.value(0).text, QString("无法打印：没有可用的打印机。请先在系统中安装打印机并设为默认打印机。\n\n"
+                                                       "要把这一页另存为 PDF 文件，到别处打印吗？"));
+        QCOMPARE(watcher.boxes.value(0).buttons, (QStringList{"是(&Y)", "否(&N)"}));
+        QCOMPARE(watcher.boxes.size(), accept ? 2 : 1);
+        QCOMPARE(dialogProposed, proposed);
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), saved.isEmpty() ? QStringList() : QStringList{saved});
+        if (form)
+            QCOMPARE(m_window->statusBar()->currentMessage(),
+                     saved.isEmpty() ? QString() : "已另存为 " + folder.filePath(saved));
+        else
+            QCOMPARE(printed, !saved.isEmpty());
+        if (!saved.isEmpty()) {
+            const QList<pdfText::page> pages = pdfText::read(folder.filePath(saved));
+            QCOMPARE(pages.size(), 1);
+            QCOMPARE(pdfText::allText(pages[0]), certificateTexts.join(""));
+            checkCertificate(pages[0]);
+        }
+    }
+
 };
 
 QTEST_MAIN(tst_print)

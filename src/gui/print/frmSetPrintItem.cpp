@@ -7,6 +7,7 @@
 #include "objPrint.h"
 
 #include <QButtonGroup>
+#include <QDir>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHeaderView>
@@ -163,16 +164,30 @@ void frmSetPrintItem::btClearClicked()
     tableWid->setRowCount(tableRows);
 }
 
-void frmSetPrintItem::btPrintClicked()
+printLayout frmSetPrintItem::printedLayout() const
 {
     printLayout layout = currentLayout();
-    // An emptied margin edit prints with the usual margin rather than none.
     for (QString *margin : {&layout.leftMargin, &layout.topMargin}) {
         if (margin->isEmpty())
             *margin = printLayout::defaultMargin();
     }
-    if (objPrint::print(layout, m_host->database(), QString()))
+    return layout;
+}
+
+void frmSetPrintItem::btPrintClicked()
+{
+    QString saved;
+    switch (objPrint::print(printedLayout(), m_host->database(), QString(),
+                            printerOutput::pdfFileName(QStringLiteral("测试打印")), &saved)) {
+    case printerOutput::outcome::printed:
         m_host->showStatus(QStringLiteral("打印完成。"), 2000);
+        break;
+    case printerOutput::outcome::savedAsPdf:
+        m_host->showStatus(QStringLiteral("已另存为 ") + QDir::toNativeSeparators(saved), 3000);
+        break;
+    case printerOutput::outcome::nothing:
+        break;
+    }
 }
 
 void frmSetPrintItem::btReadClicked()

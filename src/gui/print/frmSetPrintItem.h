@@ -24,6 +24,9 @@ public:
 
     // What the table and page setup hold now, rows without an expression left out.
     printLayout currentLayout() const;
+    // The same as the test page prints it: an emptied margin edit prints
+    // with the usual margin rather than none.
+    printLayout printedLayout() const;
 
     QListWidget *fieldList() const { return lstField; }
     QTableWidget *table() const { return tableWid; }
