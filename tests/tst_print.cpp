@@ -7,6 +7,8 @@
 #include "appSettings.h"
 #include "calibrationPage.h"
 #include "desktopFit.h"
+#include "frmPrintCalibration.h"
+#include "frmPrintPreview.h"
 #include "frmSetPrintItem.h"
 #include "gbText.h"
 #include "mainWindow.h"
@@ -222,6 +224,18 @@ class tst_print : public QObject
         form->leftEdit()->setText(page[2]);
         form->topEdit()->setText(page[3]);
         return form;
+    }
+
+    frmPrintPreview *openPreview(frmSetPrintItem *form)
+    {
+        button(form, "预览(&V)")->click();
+        return form->preview();
+    }
+
+    frmPrintCalibration *openCalibration(frmSetPrintItem *form)
+    {
+        button(form, "打印机校准(&K)")->click();
+        return form->calibration();
     }
 
 private slots:
@@ -561,6 +575,390 @@ private slots:
         }
     }
 
+    // --- the preview -----------------------------------------------------------
+
+    void previewOverStationery_data()
+    {
+        QTest::addColumn<QString>("number");
+        QTest::addColumn<int>("zoom");
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<double>("scanDpi");     // the scan's real resolution
+        QTest::addColumn<double>("recordedDpi"); // what its file says
+        QTest::addColumn<int>("typedDpi");
+        QTest::addColumn<QStringList>("texts");
+        QTest::addColumn<QString>("record");
+        QTest::addColumn<QSizeF>("scanMm"); // as the form shows it
+        QTest::addColumn<bool>("warned");   // that the size is not the paper's
+        const QSizeF a4(297, 210);
+        QTest::newRow("first registration, true size, PNG") << "" << 100 << "png" << 150.0 << 150.0 << 0
+                                                           << QStringList{"王五", "赵六", "中山路8号", "壹佰贰拾元整"}
+                                                           << "第一条登记：330102202600001" << a4 << false;
+        QTest::newRow("typed number, zoomed, JPEG") << numberB << 200 << "jpg" << 300.0 << 300.0 << 0 << certificateTexts
+                                                    << "登记：330102202600002" << a4 << false;
+        QTest::newRow("resolution typed over the file's") << numberB << 75 << "png" << 200.0 << 72.0 << 200
+                                                           << certificateTexts << "登记：330102202600002" << a4 << false;
+        // A scan that records 72 dpi but was made at 200 reads as 825 mm wide.
+        QTest::newRow("wrong resolution shows in the size") << numberB << 100 << "png" << 200.0 << 72.0 << 0
+                                                             << certificateTexts << "登记：330102202600002"
+                                                             << QSizeF(825, 583.3) << true;
+        QTest::newRow("unknown number") << "330102209900001" << 100 << "png" << 150.0 << 150.0 << 0
+                                        << QStringList{"", "", "", ""} << "没有这个登记编号，各项为空" << a4 << false;
+    }
+
+    void previewOverStationery()
+    {
+        QFETCH(QString, number);
+        QFETCH(int, zoom);
+        QFETCH(QString, format);
+        QFETCH(double, scanDpi);
+        QFETCH(double, recordedDpi);
+        QFETCH(int, typedDpi);
+        QFETCH(QStringList, texts);
+        QFETCH(QString, record);
+        QFETCH(QSizeF, scanMm);
+        QFETCH(bool, warned);
+        QList<QRectF> boxesPt;
+        for (int n = 0; n < certificate.size(); ++n)
+            boxesPt << nominalBox(n);
+        const QString scan = printSupport::writeScan(m_dir.filePath("stationery." + format), a4Landscape, boxesPt,
+                                                     scanDpi, recordedDpi);
+        stationeryScan::remember(*appSettings::open(), scan, typedDpi);
+
+        // The layout is the editor's, unsaved: nothing is stored.
+        frmPrintPreview *preview = openPreview(editorWithCertificate());
+        QVERIFY(preview);
+        QCOMPARE(preview->windowTitle(), QString("打印预览"));
+        QCOMPARE(preview->scanEdit()->text(), scan);
+        QCOMPARE(preview->scanDpiSpin()->value(), typedDpi);
+        QCOMPARE(preview->printerLabel()->text(), QString("打印机：没有（打印时可以另存为 PDF 文件）"));
+        preview->numberEdit()->setText(number);
+        preview->btRefreshClicked();
+        preview->zoomChoice()->setCurrentIndex(preview->zoomChoice()->findData(zoom));
+        QCOMPARE(preview->recordLabel()->text(), record);
+        checkScanSize(preview->scanSizeLabel()->text(), scanMm,
+                      warned ? QString("，纸张 297 × 210 毫米：请检查分辨率") : QString());
+        QStringList shown;
+        for (const printBox &box : preview->boxes())
+            shown << box.text;
+        QCOMPARE(shown, texts);
+
+        // True size at 100%: the desktop's resolution times the zoom.
+        const int desktopDpi = preview->logicalDpiX();
+        QCOMPARE(desktopDpi, qRound(QGuiApplication::primaryScreen()->logicalDotsPerInchX()));
+        QCOMPARE(preview->pixelsPerInch(), qRound(desktopDpi * zoom / 100.0));
+        const double px = preview->pixelsPerInch() / 72.0;
+        const QImage image = preview->image();
+        QVERIFY(qAbs(image.width() - a4Landscape.width() * px) < 1 && qAbs(image.height() - a4Landscape.height() * px) < 1);
+
+        // Each value inside its box of the form, no ink anywhere else.
+        QList<QRect> boxesPx;
+        for (const QRectF &box : boxesPt)
+            boxesPx << QRectF(box.topLeft() * px, box.size() * px).toAlignedRect().adjusted(-1, -1, 1, 1);
+        int outside = 0;
+        const QVector<int> inside = printSupport::inkInside(image, boxesPx, &outside);
+        QCOMPARE(outside, 0);
+        for (int n = 0; n < texts.size(); ++n)
+            QVERIFY2((inside[n] > 10) == !texts[n].isEmpty(), qPrintable(QString("box %1: %2").arg(n).arg(inside[n])));
+        // The scan under the page: its pale fill just inside each box's
+        // lower right corner, when its resolution is right.
+        if (!warned) {
+            for (const QRectF &box : boxesPt) {
+                const QRgb fill = image.pixel((box.bottomRight() * px - QPointF(3, 3)).toPoint());
+                QVERIFY2(qBlue(fill) < 225 && qRed(fill) > 225, qPrintable(QString::number(fill, 16)));
+            }
+        }
+        QCOMPARE(storedLayout().size(), 1); // still no items stored
+    }
+
+    void previewFollowsTheEditorAndRemembersTheScan()
+    {
+        frmSetPrintItem *form = editorWithCertificate();
+        frmPrintPreview *preview = openPreview(form);
+        QVERIFY(preview);
+        QCOMPARE(preview->boxes().size(), certificate.size());
+        QVERIFY(preview->scanEdit()->text().isEmpty());
+        QCOMPARE(preview->scanSizeLabel()->text(), QString());
+
+        // Edits reach the open preview without another click.
+        form->table()->item(1, 2)->setText("100,200");
+        QTRY_COMPARE(preview->boxes().value(1).rect.topLeft(), QPoint(100, 200));
+        form->paperEdit()->setText("A5");
+        form->portraitButton()->setChecked(true);
+        QTRY_COMPARE(preview->image().height(), qCeil(595 * preview->pixelsPerInch() / 72.0));
+        // A second click shows the same preview again.
+        QCOMPARE(openPreview(form), preview);
+        QCOMPARE(m_window->findChildren<frmPrintPreview *>().size(), 1);
+
+        // The scan chosen through the file dialog is remembered in a group
+        // of its own, with the typed resolution.
+        const QString scan = printSupport::writeScan(m_dir.filePath("空白证书.png"), QSizeF(420, 595), {}, 150, 150);
+        modalWatcher watcher;
+        watcher.handler = adminDriver::fileDialogAnswer(scan);
+        button(preview, "选择底图...")->click();
+        QCOMPARE(watcher.take(), QStringList{"选择空白证书的扫描图"});
+        QCOMPARE(preview->scanEdit()->text(), scan);
+        checkScanSize(preview->scanSizeLabel()->text(), QSizeF(148, 210));
+        preview->scanDpiSpin()->setValue(300);
+        checkScanSize(preview->scanSizeLabel()->text(), QSizeF(74, 105), "，纸张 148 × 210 毫米：请检查分辨率");
+        QCOMPARE(storedValues({"Stationery/FileName", "Stationery/Dpi"}), scan + "|300");
+        form->btSaveClicked(); // saving the layout keeps them
+        QCOMPARE(storedValues({"Stationery/FileName", "Stationery/Dpi"}), scan + "|300");
+
+        button(preview, "退出(&E)")->click();
+        QTRY_VERIFY(!form->preview());
+        preview = openPreview(form);
+        QCOMPARE(preview->scanEdit()->text(), scan);
+        QCOMPARE(preview->scanDpiSpin()->value(), 300);
+        button(preview, "不用底图")->click();
+        QCOMPARE(storedValues({"Stationery/FileName", "Stationery/Dpi"}), QString("|300"));
+        QCOMPARE(preview->scanSizeLabel()->text(), QString());
+
+        // A file that is no picture says so and shows the page without it.
+        QFile notes(m_dir.filePath("notes.png"));
+        QVERIFY(notes.open(QIODevice::WriteOnly));
+        notes.write("no picture here");
+        notes.close();
+        watcher.handler = adminDriver::fileDialogAnswer(notes.fileName());
+        button(preview, "选择底图...")->click();
+        QCOMPARE(preview->scanSizeLabel()->text(), QString("无法读取这个图片文件"));
+        QVERIFY(!preview->image().isNull());
+    }
+
+    void previewSavedAsPdf()
+    {
+        frmPrintPreview *preview = openPreview(editorWithCertificate());
+        preview->numberEdit()->setText(numberB);
+        preview->btRefreshClicked();
+        preview->outlinesBox()->setChecked(true); // outlines are for the screen only
+        QTemporaryDir folder;
+        modalWatcher watcher;
+        QString proposed;
+        watcher.handler = [&](QWidget *modal) {
+            proposed = QFileInfo(qobject_cast<QFileDialog *>(modal)->selectedFiles().value(0)).fileName();
+            adminDriver::fileDialogAnswer(folder.filePath("副本"))(modal);
+        };
+        button(preview, "另存为PDF(&S)")->click();
+        QCOMPARE(watcher.take(), QStringList{"另存为 PDF"});
+        QCOMPARE(proposed, numberB + ".pdf");
+        QCOMPARE(m_window->statusBar()->currentMessage(), "已另存为 " + folder.filePath("副本.pdf"));
+        const QList<pdfText::page> pages = pdfText::read(folder.filePath("副本.pdf"));
+        QCOMPARE(pages.size(), 1);
+        QCOMPARE(pdfText::allText(pages[0]), certificateTexts.join(""));
+        checkCertificate(pages[0]);
+    }
+
+    // --- calibration -----------------------------------------------------------
+
+    void calibrationForm_data()
+    {
+        QTest::addColumn<QString>("how");  // typed, measured, or misread
+        QTest::addColumn<QString>("note"); // what the form says after 计算
+        QTest::newRow("numbers typed") << "typed" << "";
+        QTest::newRow("crosses measured") << "measured"
+                                          << "已算出校准值。保存后再打印一张校准页核对：十字应落在标出的位置上。";
+        QTest::newRow("B measured before A") << "misread"
+                                             << "量得的位置不合理：十字 B 应在十字 A 的右下方，两者相距与纸上的刻度相差不会太多。请重新量过。";
+    }
+
+    void calibrationForm()
+    {
+        QFETCH(QString, how);
+        QFETCH(QString, note);
+        // A printer shared from another PC that is not connected now keeps
+        // its calibration and can be chosen.
+        const printCalibration stored{1, -0.5, 100.5, 99.5};
+        stored.save(*appSettings::open(), "收费窗口");
+        frmSetPrintItem *editor = editorWithCertificate();
+        frmPrintCalibration *form = openCalibration(editor);
+        QVERIFY(form);
+        QCOMPARE(form->windowTitle(), QString("打印机校准"));
+        form->printerChoice()->setCurrentText("收费窗口");
+        QCOMPARE(form->printerChoice()->currentText(), QString("收费窗口"));
+        QCOMPARE(form->typed(), stored);
+        // This printer moves the paper 2 mm right and 1.5 mm up, stretches it
+        // 0.8% across and shrinks it 0.5% along.
+        const printCalibration printerError{2, -1.5, 100.8, 99.5};
+        // Where a point of the sheet lands, in mm, printed through c.
+        auto landed = [&](const printCalibration &c, const QPointF &atMm) {
+            return calibrated(printerError, calibrated(c, atMm * mm)) / mm;
+        };
+        const QList<calibrationPage::cross> crosses = calibrationPage::crosses(a4Landscape / mm); // the editor's paper
+        if (how == "typed") {
+            form->offsetXSpin()->setValue(2.5);
+            form->offsetYSpin()->setValue(-1);
+            form->scaleXSpin()->setValue(101);
+            form->scaleYSpin()->setValue(99);
+        } else {
+            // Read off the 校准页 printed through the stored calibration.
+            for (int c = 0; c < 2; ++c) {
+                const QPointF at = how == "measured" ? landed(stored, crosses[c].atMm) : QPointF(30 - 10 * c, 30 - 10 * c);
+                form->measuredSpin(c, Qt::Horizontal)->setValue(at.x());
+                form->measuredSpin(c, Qt::Vertical)->setValue(at.y());
+            }
+            button(form, "计算(&J)")->click();
+            QCOMPARE(form->noteLabel()->text(), note);
+        }
+        button(form, "保存(&S)")->click();
+        QCOMPARE(m_window->statusBar()->currentMessage(), QString("数据保存OK."));
+        const QString group = printCalibration::settingsGroup("收费窗口") + '/';
+        const QString saved = storedValues({group + "OffsetX", group + "OffsetY", group + "ScaleX", group + "ScaleY"});
+        if (how == "typed") {
+            QCOMPARE(saved, QString("2.5|-1|101|99"));
+        } else if (how == "misread") {
+            QCOMPARE(saved, QString("1|-0.5|100.5|99.5")); // unchanged
+        } else {
+            // Through the new calibration this printer puts every point of
+            // the sheet where it belongs (the readings have two decimals).
+            for (const QPointF &p : {QPointF(30, 30), QPointF(270, 180), QPointF(150, 100), QPointF(10, 200)}) {
+                const QPointF at = landed(form->typed(), p);
+                QVERIFY2((at - p).manhattanLength() < 0.05,
+                         qPrintable(QString("%1,%2 lands at %3,%4").arg(p.x()).arg(p.y()).arg(at.x()).arg(at.y())));
+            }
+        }
+        // 不校准 removes the printer's group.
+        button(form, "不校准")->click();
+        QCOMPARE(form->typed(), printCalibration());
+        QCOMPARE(storedValues({group + "OffsetX"}), QString());
+        QCOMPARE(m_window->statusBar()->currentMessage(), QString("打印机“收费窗口”不再校准。"));
+    }
+
+    // --- through a real print queue --------------------------------------------
+
+    void calibrationAppliedOnThePrinter_data()
+    {
+        QTest::addColumn<QString>("entry");     // 打印 or 测试打印
+        QTest::addColumn<QString>("storedFor"); // the printer the calibration is stored for; empty: this queue
+        QTest::addColumn<bool>("typedInForm");  // typed into 打印机校准 rather than written to the file
+        QTest::newRow("打印") << "打印" << "" << false;
+        QTest::newRow("测试打印") << "测试打印" << "" << false;
+        QTest::newRow("打印, typed into the calibration form") << "打印" << "" << true;
+        QTest::newRow("打印, another printer's calibration") << "打印" << "收费窗口" << false;
+    }
+
+    void calibrationAppliedOnThePrinter()
+    {
+        if (printSupport::ranInPrintQueue())
+            return;
+        QFETCH(QString, entry);
+        QFETCH(QString, storedFor);
+        QFETCH(bool, typedInForm);
+        storeLayout(certificate, certificatePage);
+        testSupport::exec(QStringLiteral("DELETE FROM leaseout WHERE 登记编号='%1'").arg(numberA));
+        frmSetPrintItem *editor = editorWithCertificate();
+        QCOMPARE(printerOutput::defaultPrinterName(), printSupport::queueName());
+        modalWatcher watcher;
+        auto print = [&] {
+            if (entry == "测试打印") {
+                editor->btPrintClicked();
+                QCOMPARE(m_window->statusBar()->currentMessage(), QString("打印完成。"));
+            } else {
+                bool printed = false;
+                printNumber(numberB, printed);
+                QVERIFY(printed);
+            }
+        };
+        print(); // as the printer is
+
+        const printCalibration calibration{2.5, -1.0, 101, 99};
+        if (typedInForm) {
+            frmPrintCalibration *form = openCalibration(editor);
+            QCOMPARE(form->printerChoice()->currentText(), printSupport::queueName());
+            form->offsetXSpin()->setValue(2.5);
+            form->offsetYSpin()->setValue(-1);
+            form->scaleXSpin()->setValue(101);
+            form->scaleYSpin()->setValue(99);
+            button(form, "保存(&S)")->click();
+        } else {
+            calibration.save(*appSettings::open(), storedFor.isEmpty() ? printSupport::queueName() : storedFor);
+        }
+        print();
+        QCOMPARE(watcher.take(), QStringList());
+
+        const QList<pdfText::page> pages = printSupport::queuePages(2, a4Landscape);
+        QCOMPARE(pages.size(), 2);
+        // Full-page mode through the printer's filters: the boxes stand from
+        // the paper's corner, not from the printer's unprintable rim.
+        checkCertificate(pages[0]);
+        const printCalibration applied = storedFor.isEmpty() ? calibration : printCalibration();
+        checkSamePlaces(pages[1], pages[0], 0.5, applied);
+        checkCertificate(pages[1], applied);
+    }
+
+    void calibrationPageOnThePrinter()
+    {
+        if (printSupport::ranInPrintQueue())
+            return;
+        // The page checks the calibration stored now.
+        const printCalibration current{1, -0.5, 100.5, 99.5};
+        current.save(*appSettings::open(), printSupport::queueName());
+        frmPrintCalibration *form = openCalibration(editorWithCertificate());
+        modalWatcher watcher;
+        button(form, "校准页")->click();
+        QCOMPARE(watcher.take(), QStringList());
+        QVERIFY(form->noteLabel()->text().startsWith("校准页已送往打印机。"));
+        const pdfText::page page = printSupport::queuePages(1, a4Landscape).value(0);
+        QCOMPARE(page.size.toSize(), a4Landscape.toSize());
+        const QString text = pdfText::allText(page);
+        QVERIFY2(text.contains("打印机：" + printSupport::queueName()), qPrintable(text));
+        QVERIFY(text.contains("水平偏移1毫米"));
+        // The numbers of the top ruler centred on their marks, N mm from the
+        // paper's left edge, moved as the calibration moves the page.
+        int numbers = 0;
+        for (const pdfText::word &w : page.words) {
+            bool isNumber = false;
+            const int n = w.text.toInt(&isNumber);
+            if (!isNumber || w.box.top() > 16 * mm)
+                continue;
+            QVERIFY2(qAbs(w.box.center().x() - calibrated(current, QPointF(n * mm, 0)).x()) <= 0.5, qPrintable(w.text));
+            ++numbers;
+        }
+        QCOMPARE(numbers, (290 - calibrationPage::firstNumberMm) / 10 + 1);
+        for (const calibrationPage::cross &c : calibrationPage::crosses(a4Landscape / mm))
+            QVERIFY(text.contains(QString("%1(%2,%3)").arg(c.name).arg(c.atMm.x()).arg(c.atMm.y())));
+    }
+
+    void previewOfACalibratedPrinter()
+    {
+        if (printSupport::ranInPrintQueue())
+            return;
+        const printCalibration calibration{2.5, -1.0, 101, 99};
+        calibration.save(*appSettings::open(), printSupport::queueName());
+        QList<QRectF> boxesPt;
+        for (int n = 0; n < certificate.size(); ++n)
+            boxesPt << nominalBox(n);
+        stationeryScan::remember(*appSettings::open(),
+                                 printSupport::writeScan(m_dir.filePath("scan.png"), a4Landscape, boxesPt, 150, 150), 0);
+        frmPrintPreview *preview = openPreview(editorWithCertificate());
+        preview->numberEdit()->setText(numberB);
+        preview->btRefreshClicked();
+        QCOMPARE(preview->printerLabel()->text(),
+                 "打印机：" + printSupport::queueName() + "（校准：水平偏移 2.5 毫米，垂直偏移 -1 毫米，水平缩放 101%，垂直缩放 99%）");
+
+        // By default the page shows where the text lands on the paper, which
+        // is where the scanned form has its boxes; as sent, it shows where the
+        // calibration sends it.
+        const double px = preview->pixelsPerInch() / 72.0;
+        auto ink = [&](const printCalibration &c, int *outside) {
+            QList<QRect> boxesPx;
+            for (const QRectF &box : boxesPt) {
+                const QRectF r = calibrated(c, box);
+                boxesPx << QRectF(r.topLeft() * px, r.size() * px).toAlignedRect().adjusted(-1, -1, 1, 1);
+            }
+            return printSupport::inkInside(preview->image(), boxesPx, outside);
+        };
+        int outside = 0;
+        QCOMPARE(preview->viewChoice()->currentIndex(), int(frmPrintPreview::view::onPaper));
+        QCOMPARE(preview->shownGeometry().calibration(), printCalibration());
+        ink(printCalibration(), &outside);
+        QCOMPARE(outside, 0);
+
+        preview->viewChoice()->setCurrentIndex(int(frmPrintPreview::view::asSent));
+        QCOMPARE(preview->shownGeometry().calibration(), calibration);
+        ink(calibration, &outside);
+        QCOMPARE(outside, 0);
+        ink(printCalibration(), &outside);
+        QVERIFY2(outside > 100, qPrintable(QString::number(outside))); // moved out of the form's boxes
+    }
 };
 
 QTEST_MAIN(tst_print)

@@ -125,7 +125,7 @@ void paint(QPainter &painter, const printGeometry &geometry, const QString &prin
         QStringLiteral("打印机：%1\n纸张：%2\n%3\n"
                        "上方刻度的数字是到纸张左边缘的毫米数，左侧刻度的数字是到纸张上边缘的毫米数，"
                        "每 5 毫米一个刻度。用直尺从纸张的左边缘和上边缘量出十字 A 与十字 B 中心的实际位置，"
-                       "填入校准设置，程序据此算出偏移和缩放。读数与刻度相符时不需要校准。")
+                       "填入“打印机校准”，程序据此算出偏移和缩放。读数与刻度相符时不需要校准。")
             .arg(printerName.isEmpty() ? QStringLiteral("（文件）") : printerName, paper,
                  calibrationText(geometry.calibration()));
     label(textBox.adjusted(0, 10, 0, 0), Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, body);
