@@ -775,6 +775,11 @@ private slots:
         form->printerChoice()->setCurrentText("收费窗口");
         QCOMPARE(form->printerChoice()->currentText(), QString("收费窗口"));
         QCOMPARE(form->typed(), stored);
+        {
+            modalWatcher watcher;
+            button(form, "校准页")->click();
+            QCOMPARE(watcher.take(), QStringList{"错误|无法打印：打印机“收费窗口”无法使用。"});
+        }
         // This printer moves the paper 2 mm right and 1.5 mm up, stretches it
         // 0.8% across and shrinks it 0.5% along.
         const printCalibration printerError{2, -1.5, 100.8, 99.5};
@@ -891,7 +896,8 @@ private slots:
         // The page checks the calibration stored now.
         const printCalibration current{1, -0.5, 100.5, 99.5};
         current.save(*appSettings::open(), printSupport::queueName());
-        frmPrintCalibration *form = openCalibration(editorWithCertificate());
+        frmSetPrintItem *editor = editorWithCertificate();
+        frmPrintCalibration *form = openCalibration(editor);
         modalWatcher watcher;
         button(form, "校准页")->click();
         QCOMPARE(watcher.take(), QStringList());
@@ -915,6 +921,17 @@ private slots:
         QCOMPARE(numbers, (290 - calibrationPage::firstNumberMm) / 10 + 1);
         for (const calibrationPage::cross &c : calibrationPage::crosses(a4Landscape / mm))
             QVERIFY(text.contains(QString("%1(%2,%3)").arg(c.name).arg(c.atMm.x()).arg(c.atMm.y())));
+
+        // A printer calibrated earlier that is not connected now: the page
+        // must not come out on the default printer instead.
+        current.save(*appSettings::open(), "收费窗口");
+        button(form, "退出(&E)")->click();
+        QTRY_VERIFY(!editor->calibration());
+        form = openCalibration(editor);
+        form->printerChoice()->setCurrentText("收费窗口");
+        button(form, "校准页")->click();
+        QCOMPARE(watcher.take(), QStringList{"错误|无法打印：打印机“收费窗口”无法使用。"});
+        QCOMPARE(printSupport::queueJobs(), 1);
     }
 
     void previewOfACalibratedPrinter()

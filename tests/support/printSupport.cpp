@@ -124,4 +124,12 @@ QList<pdfText::page> queuePages(int count, const QSizeF &sheet)
     return pages;
 }
 
+int queueJobs()
+{
+    QProcess lpstat;
+    lpstat.start(QStringLiteral("lpstat"), {QStringLiteral("-W"), QStringLiteral("all"), QStringLiteral("-o")});
+    lpstat.waitForFinished(10000);
+    return QString::fromLocal8Bit(lpstat.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts).size();
+}
+
 } // namespace printSupport

@@ -44,6 +44,8 @@ bool ranInPrintQueue();
 // turned onto portrait paper; pages whose size is sheet's transposed are
 // turned back, so positions read as on the sheet the layout describes.
 QList<pdfText::page> queuePages(int count, const QSizeF &sheet);
+// The jobs the queue was given so far, printed or not.
+int queueJobs();
 
 } // namespace printSupport
 

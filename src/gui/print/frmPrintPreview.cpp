@@ -183,10 +183,14 @@ void frmPrintPreview::btRefreshClicked()
 {
     const myDatabase &db = m_host->database();
     const QString number = m_number->text();
-    const QString condition = number.isEmpty() ? QString() : printLayout::numberCondition(number);
-    m_boxes = m_layout.boxes(db, condition);
+    // Without a number, the registration the server returns first, as on the
+    // test page; every item is then fetched by its number, so they all come
+    // from that one registration and none reads the whole table.
     const QString shown =
-        db.scalar(QStringLiteral("SELECT leaseout.登记编号 ") + leaseSql::joinedView() + condition).toString();
+        db.scalar(QStringLiteral("SELECT leaseout.登记编号 ") + leaseSql::joinedView()
+                  + (number.isEmpty() ? QStringLiteral(" LIMIT 1") : printLayout::numberCondition(number)))
+            .toString();
+    m_boxes = m_layout.boxes(db, printLayout::numberCondition(shown.isEmpty() ? number : shown));
     if (shown.isEmpty())
         m_record->setText(number.isEmpty() ? QStringLiteral("还没有登记，各项为空")
                                            : QStringLiteral("没有这个登记编号，各项为空"));

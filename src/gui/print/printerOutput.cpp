@@ -49,8 +49,14 @@ bool printOne(QPrinter &printer, printGeometry geometry, QSettings &settings, co
 bool print(const printGeometry &geometry, const printPage::drawFunction &draw, const QString &printerName)
 {
     QPrinter printer(QPrinter::HighResolution);
-    if (!printerName.isEmpty())
+    if (!printerName.isEmpty()) {
         printer.setPrinterName(printerName);
+        // A name the system does not know leaves the default printer in
+        // place: the page would come out there, through that printer's
+        // calibration, under another printer's name.
+        if (printer.printerName() != printerName)
+            return false;
+    }
     if (!s_pdfOutputForTests.isEmpty()) {
         printer.setOutputFormat(QPrinter::PdfFormat);
         printer.setOutputFileName(s_pdfOutputForTests);
