@@ -630,7 +630,9 @@ private slots:
         QCOMPARE(preview->windowTitle(), QString("打印预览"));
         QCOMPARE(preview->scanEdit()->text(), scan);
         QCOMPARE(preview->scanDpiSpin()->value(), typedDpi);
-        QCOMPARE(preview->printerLabel()->text(), QString("打印机：没有（打印时可以另存为 PDF 文件）"));
+        const QString printer = QPrinterInfo::defaultPrinterName();
+        QCOMPARE(preview->printerLabel()->text(), printer.isEmpty() ? QString("打印机：没有（打印时可以另存为 PDF 文件）")
+                                                                    : "打印机：" + printer + "（未校准）");
         preview->numberEdit()->setText(number);
         preview->btRefreshClicked();
         preview->zoomChoice()->setCurrentIndex(preview->zoomChoice()->findData(zoom));
