@@ -336,17 +336,23 @@ void measure(int stage, int runs, int year)
                     texts << (query.next() ? query.value(0).toString() : QString());
                 }
                 statements.push_back(double(timer.nsecsElapsed()) / 1e6);
-                QPrinter printer(QPrinter::ScreenResolution);
+                // The program's printer: high resolution, the page from the
+                // paper's corner, boxes at 96 units an inch from the margins.
+                QPrinter printer(QPrinter::HighResolution);
                 printer.setOutputFormat(QPrinter::PdfFormat);
                 printer.setOutputFileName(scratch.filePath(QStringLiteral("floor.pdf")));
-                printer.setPageSize(QPageSize(printLayout::pageSizeOf(layout.paper)));
+                printer.setPageLayout(QPageLayout(QPageSize(printLayout::pageSizeOf(layout.paper)),
+                                                  QPageLayout::Landscape, QMarginsF(), QPageLayout::Point));
                 QPainter painter(&printer);
+                const double unit = printer.resolution() / 96.0;
+                const double margin = layout.leftMargin.toInt() * 96 / 72.0; // the same on top
                 for (int i = 0; i < layout.items.size(); ++i) {
                     const printItem &item = layout.items.at(i);
                     const QPoint at = printLayout::pairOf(item.position);
                     const QPoint extent = printLayout::pairOf(item.size);
                     painter.setFont(item.font);
-                    painter.drawText(QRect(at.x(), at.y(), extent.x(), extent.y()),
+                    painter.drawText(QRectF((margin + at.x()) * unit, (margin + at.y()) * unit, extent.x() * unit,
+                                            extent.y() * unit),
                                      int(printLayout::alignmentOf(item.alignment)), texts.at(i));
                 }
                 painter.end();

@@ -1,22 +1,32 @@
-// How long one certificate takes: opening the layout editor and printing a
-// registration whose layout has many items (one query per item). Pages go to
-// a PDF, never to a printer. With an output folder as argument it also leaves
-// the editor's picture (frmSetPrintItem.png) and the page (page.pdf) there,
-// for looking at the layout by eye.
+// How long one certificate takes: opening the layout editor, printing a
+// registration whose layout has many items (one query per item), and the
+// preview over a scanned form (the same queries, then the page drawn at true
+// size over a 300-dpi scan). Pages go to a PDF, never to a printer. With an
+// output folder as argument it also leaves pictures there, for looking at
+// them by eye: the editor (frmSetPrintItem.png), the preview form over a
+// synthetic scan (frmPrintPreview.png) and its page alone (preview-page.png),
+// the calibration form (frmPrintCalibration.png), the calibration page
+// (calibration-page.png, 150 dpi) and the printed page (page.pdf).
 //
 //   QT_QPA_PLATFORM=offscreen build/bench/bench_printPage [folder]
 // (on a server of its own in /tmp/zelnor-bench-printPage)
+#include "appSettings.h"
+#include "calibrationPage.h"
 #include "frmSetPrintItem.h"
 #include "mainWindow.h"
 #include "myDatabase.h"
 #include "objPrint.h"
 #include "printLayout.h"
 #include "benchServer.h"
+#include "printSupport.h"
 #include "testSupport.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
 
@@ -107,6 +117,47 @@ int main(int argc, char **argv)
     form->table()->setCurrentCell(1, 0);
     app.processEvents();
     form->parentWidget()->grab().save(out + QStringLiteral("/frmSetPrintItem.png"));
+
+    // The stationery: a pale box with a green frame where each of the six
+    // main items belongs, scanned at 300 dpi.
+    // (The layout as made: loaded, its items come in key order, 0, 1, 10, ….)
+    const printLayout layout = certificate(14);
+    const printGeometry page = layout.geometry();
+    QList<QRectF> boxes;
+    for (int i = 0; i < 6; ++i) {
+        const QPoint at = printLayout::pairOf(layout.items[i].position);
+        const QPoint size = printLayout::pairOf(layout.items[i].size);
+        boxes << page.layoutToSheet().mapRect(QRectF(at, QSizeF(size.x(), size.y())));
+    }
+    stationeryScan::remember(*appSettings::open(),
+                             printSupport::writeScan(scratch.filePath(QStringLiteral("scan.png")), page.sheetSize(),
+                                                     boxes, 300, 300),
+                             0);
+    form->btPreviewClicked();
+    frmPrintPreview *preview = form->preview();
+    preview->numberEdit()->setText(row.number);
+    timer.restart();
+    for (int i = 0; i < runs; ++i)
+        preview->btRefreshClicked();
+    printf("preview at true size over a 300-dpi scan, 20 items: %.1f ms\n", double(timer.elapsed()) / runs);
+    preview->parentWidget()->resize(1000, 700);
+    app.processEvents();
+    preview->parentWidget()->grab().save(out + QStringLiteral("/frmPrintPreview.png"));
+    preview->image().save(out + QStringLiteral("/preview-page.png"));
+
+    form->btCalibrateClicked();
+    form->calibration()->parentWidget()->adjustSize();
+    app.processEvents();
+    form->calibration()->parentWidget()->grab().save(out + QStringLiteral("/frmPrintCalibration.png"));
+    QImage sheet((page.sheetSize() * 150 / 72).toSize(), QImage::Format_RGB32);
+    sheet.setDotsPerMeterX(qRound(150 / 0.0254));
+    sheet.setDotsPerMeterY(qRound(150 / 0.0254));
+    sheet.fill(Qt::white);
+    {
+        QPainter painter(&sheet);
+        calibrationPage::paint(painter, page, QStringLiteral("收费窗口"));
+    }
+    sheet.save(out + QStringLiteral("/calibration-page.png"));
     printf("pictures in %s (font %s)\n", qPrintable(out), qPrintable(form->table()->font().toString()));
     return 0;
 }

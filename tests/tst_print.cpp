@@ -1,12 +1,20 @@
 // The certificate layout: what the layout editor writes to the settings file
-// and reads back, and registrations from the real database printed to a PDF.
+// and reads back; registrations from the real database printed to a PDF at
+// several desktop and printer resolutions, and through a real print queue
+// with the printer's calibration; the preview over a scanned form; the page
+// saved as a PDF when no printer answers.
 #include "adminDriver.h"
 #include "appSettings.h"
+#include "calibrationPage.h"
+#include "desktopFit.h"
+#include "frmPrintCalibration.h"
+#include "frmPrintPreview.h"
 #include "frmSetPrintItem.h"
 #include "gbText.h"
 #include "mainWindow.h"
 #include "objPrint.h"
 #include "pdfText.h"
+#include "printSupport.h"
 #include "testSupport.h"
 
 #include <QPrinterInfo>
@@ -18,25 +26,43 @@ using adminDriver::gridColumn;
 
 namespace {
 
-// The stored items, then the page setup in one string, as another program
-// would read them. QSettings keeps one parsed copy per path and process, so
-// read a copy under another name.
-QStringList storedLayout()
+// Reads the settings file as another program would: QSettings keeps one
+// parsed copy per path and process, so read a copy under another name.
+void readStored(const std::function<void(QSettings &)> &read)
 {
     const QString copy = QDir::tempPath() + QStringLiteral("/zelnor-layout-%1.ini").arg(qApp->applicationPid());
     QFile::remove(copy);
     QFile::copy(testSupport::settingsPath(), copy);
-    QStringList items, page;
     {
         QSettings settings(copy, QSettings::IniFormat);
         settings.setIniCodec(gbText::codec());
+        read(settings);
+    }
+    QFile::remove(copy);
+}
+
+// The stored items, then the page setup in one string.
+QStringList storedLayout()
+{
+    QStringList items, page;
+    readStored([&](QSettings &settings) {
         for (int n = 0; settings.contains(QStringLiteral("PrintItems/%1").arg(n)); ++n)
             items << settings.value(QStringLiteral("PrintItems/%1").arg(n)).toString();
         for (const char *key : {"size", "direction", "Left", "top"})
             page << settings.value(QStringLiteral("PageSetup/") + key).toString();
-    }
-    QFile::remove(copy);
+    });
     return items << page.join('|');
+}
+
+// The stored values of these keys, joined by "|".
+QString storedValues(const QStringList &keys)
+{
+    QStringList values;
+    readStored([&](QSettings &settings) {
+        for (const QString &key : keys)
+            values << settings.value(key).toString();
+    });
+    return values.join('|');
 }
 
 // Fills table rows given as "row|expression|font|position|size|alignment|conversion";
@@ -75,6 +101,87 @@ void storeLayout(const QStringList &items, const QString &page = "A4|1|30|60")
         settings->setValue(QStringLiteral("PrintItems/%1").arg(n), items[n]);
 }
 
+// Layout units are 1/96 inch on every desktop and printer; the PDF speaks points.
+const double k = 0.75;
+const double mm = 72.0 / 25.4;
+
+// Registration B's certificate on A4 landscape with margins 30 and 60
+// points: the lessee's box is the one measured 57 pt apart at 96 and 120 dpi
+// when boxes followed the desktop. The texts share no character, so
+// pdfText::find can put split words together.
+const QStringList certificate{item("出方名称", "40,60"), item("承方名称", "380,60"), item("房屋坐落", "40,110", "居中"),
+                              item("收费金额", "380,160", "居右", "金额大写")};
+const QStringList certificateTexts{"张三丰", "李四", "解放路一号", "壹仟伍佰零伍元整"};
+const QString certificatePage = QStringLiteral("A4|1|30|60");
+const QSizeF a4Landscape(842, 595);
+
+// Where a certificate item belongs, in points on the sheet: 96 units an inch
+// from the corner inside the margins.
+QRectF nominalBox(int n, double left = 30, double top = 60)
+{
+    const QStringList at = certificate[n].section('\t', 2, 2).split(',');
+    return QRectF(left + at[0].toInt() * k, top + at[1].toInt() * k, 300 * k, 40 * k);
+}
+
+// A point on the sheet as a printer with this calibration puts it.
+QPointF calibrated(const printCalibration &c, const QPointF &p)
+{
+    return QPointF(c.offsetXmm * mm + c.scaleXpercent / 100 * p.x(), c.offsetYmm * mm + c.scaleYpercent / 100 * p.y());
+}
+
+QRectF calibrated(const printCalibration &c, const QRectF &r)
+{
+    return QRectF(calibrated(c, r.topLeft()), calibrated(c, r.bottomRight()));
+}
+
+// Every item of the certificate stands in its box, as its alignment says.
+void checkCertificate(const pdfText::page &page, const printCalibration &c = {})
+{
+    QCOMPARE(page.size.toSize(), a4Landscape.toSize());
+    for (int n = 0; n < certificate.size(); ++n)
+        pdfText::checkInBox(page, certificateTexts[n], calibrated(c, nominalBox(n)), certificate[n].section('\t', 4, 4));
+}
+
+// Every item's text, all four edges, where it stands on the reference page,
+// moved as a printer with this calibration moves a point.
+void checkSamePlaces(const pdfText::page &page, const pdfText::page &reference, double tolerance,
+                     const printCalibration &c = {})
+{
+    for (const QString &text : certificateTexts) {
+        const QRectF is = pdfText::find(page, text), was = calibrated(c, pdfText::find(reference, text));
+        QVERIFY2(!is.isNull() && !was.isNull(), qPrintable(text + " missing"));
+        for (double d : {is.left() - was.left(), is.top() - was.top(), is.right() - was.right(),
+                         is.bottom() - was.bottom()})
+            QVERIFY2(qAbs(d) <= tolerance, qPrintable(QString("%1 is %2 pt off").arg(text).arg(d)));
+    }
+}
+
+// Statements the session has run, to see that a page is filled once.
+qint64 selectsRun()
+{
+    return testSupport::scalar("SELECT VARIABLE_VALUE FROM information_schema.SESSION_STATUS "
+                               "WHERE VARIABLE_NAME='COM_SELECT'").toLongLong();
+}
+
+// The scan's size as the preview shows it ("底图 297.0 × 210.0 毫米"), within
+// half a millimetre, and whether it warns that the paper is another size.
+void checkScanSize(const QString &label, const QSizeF &mm, const QString &warning = QString())
+{
+    const QRegularExpressionMatch read = QRegularExpression("^底图 ([\\d.]+) × ([\\d.]+) 毫米(.*)$").match(label);
+    QVERIFY2(read.hasMatch(), qPrintable(label));
+    QVERIFY2(qAbs(read.captured(1).toDouble() - mm.width()) < 0.5 && qAbs(read.captured(2).toDouble() - mm.height()) < 0.5,
+             qPrintable(label));
+    QCOMPARE(read.captured(3), warning);
+}
+
+QPushButton *button(QWidget *form, const QString &text)
+{
+    for (QPushButton *b : form->findChildren<QPushButton *>())
+        if (b->text() == text)
+            return b;
+    return nullptr;
+}
+
 } // namespace
 
 class tst_print : public QObject
@@ -83,7 +190,6 @@ class tst_print : public QObject
     QTemporaryDir m_dir;
     QString m_pdf;
     std::unique_ptr<mainWindow> m_window;
-    double m_k = 0; // points per device unit
 
     frmSetPrintItem *openForm()
     {
@@ -100,25 +206,64 @@ class tst_print : public QObject
         return QFile::exists(m_pdf) ? pdfText::read(m_pdf) : QList<pdfText::page>();
     }
 
+    // The layout editor holding the certificate, unsaved, with its fonts.
+    frmSetPrintItem *editorWithCertificate()
+    {
+        frmSetPrintItem *form = openForm();
+        for (int n = 0; n < certificate.size(); ++n) {
+            const QStringList parts = certificate[n].split('\t');
+            for (int column : {0, 2, 3, 4, 5})
+                form->table()->setItem(n, column, new QTableWidgetItem(parts[column]));
+            auto *fontCell = new QTableWidgetItem("字样");
+            fontCell->setData(Qt::FontRole, QFont("WenQuanYi Zen Hei", 16));
+            form->table()->setItem(n, 1, fontCell);
+        }
+        const QStringList page = certificatePage.split('|');
+        form->paperEdit()->setText(page[0]);
+        form->landscapeButton()->setChecked(page[1] == "1");
+        form->leftEdit()->setText(page[2]);
+        form->topEdit()->setText(page[3]);
+        return form;
+    }
+
+    frmPrintPreview *openPreview(frmSetPrintItem *form)
+    {
+        button(form, "预览(&V)")->click();
+        return form->preview();
+    }
+
+    frmPrintCalibration *openCalibration(frmSetPrintItem *form)
+    {
+        button(form, "打印机校准(&K)")->click();
+        return form->calibration();
+    }
+
 private slots:
     void initTestCase()
     {
         testSupport::initApplication();
+        QVERIFY(desktopFit::installQtTranslations(qApp));
         QVERIFY(m_dir.isValid());
-        // Boxes are measured in screen pixels; the PDF speaks points.
-        m_k = 72.0 / QPrinter(QPrinter::ScreenResolution).resolution();
     }
 
     void init()
     {
+        m_pdf = m_dir.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".pdf");
+        QFile::remove(m_pdf);
+        // Pages go to the PDF file, except beside the print queue, where they
+        // go to the printer.
+        objPrint::setPdfOutputForTests(printSupport::inPrintQueue() ? QString() : m_pdf);
+        if (testSupport::isChild()) {
+            // The parent set up the database and the settings file for this row.
+            QVERIFY(testSupport::connectAsRoot("zelnor"));
+            m_window.reset(new mainWindow);
+            return;
+        }
         testSupport::resetDatabase();
         testSupport::removeSettingsFile();
         // A is what a query without a number returns first; printing B must never show A's values.
         testSupport::insertLease({numberA, "2026-03-01", 120, "王五", "", "赵六", "", "中山路8号"});
-        testSupport::insertLease({numberB, "2026-03-02", 1505, "张三丰", "13800001111", "李四", "", "解放路1号"});
-        m_pdf = m_dir.filePath(QString::fromLatin1(QTest::currentTestFunction()) + ".pdf");
-        QFile::remove(m_pdf);
-        objPrint::setPdfOutputForTests(m_pdf);
+        testSupport::insertLease({numberB, "2026-03-02", 1505, "张三丰", "13800001111", "李四", "", "解放路一号"});
         m_window.reset(new mainWindow);
     }
 
@@ -183,7 +328,6 @@ private slots:
         QTest::addColumn<QString>("number");
         QTest::addColumn<QStringList>("items"); // none: no settings file at all
         QTest::addColumn<QString>("page");      // paper|landscape|left|top
-        QTest::addColumn<bool>("toPdf");
         QTest::addColumn<QSize>("paper");       // points; empty when nothing is printed
         QTest::addColumn<QString>("text");      // all of it
         QTest::addColumn<QRectF>("box");        // points: where the first item stands, if checked
@@ -191,13 +335,13 @@ private slots:
         const QString a4 = "A4|1|30|60";
         const QSize a4Land(842, 595);
         const QStringList one{item("出方名称", "0,0")};
-        auto box = [this](double left, double top, int x, int y) {
-            return QRectF(left + x * m_k, top + y * m_k, 300 * m_k, 40 * m_k);
+        auto box = [](double left, double top, int x, int y) {
+            return QRectF(left + x * k, top + y * k, 300 * k, 40 * k);
         };
         const auto row = [](const char *name, const QString &number, const QStringList &items, const QSize &paper,
                             const QString &text, const QRectF &box = {}, const QString &page = "A4|1|30|60",
-                            const QString &message = {}, bool toPdf = true) {
-            QTest::newRow(name) << number << items << page << toPdf << paper << text << box << message;
+                            const QString &message = {}) {
+            QTest::newRow(name) << number << items << page << paper << text << box << message;
         };
         // Left, centred, right and 金额大写 in their boxes: the office-day program
         // prints them; the conversions themselves are tst_helpers' numerals.
@@ -224,22 +368,16 @@ private slots:
             {item("没有这个字段+", "0,0"), item("承方名称", "0,100"), item("出方名称)", "0,200"),
              item("leaseout.登记编号", "0,300", "居左", "中文数字")},
             a4Land, "李四", {}, a4, "数目太大，无法换算！");
-        row("no printer", numberB, one, {}, "", {}, a4, "无法打印：没有可用的打印机。请先在系统中安装打印机并设为默认打印机。", false);
     }
 
     void printing()
     {
         QFETCH(QString, number);
         QFETCH(QStringList, items);
-        QFETCH(bool, toPdf);
         QFETCH(QSize, paper);
         QFETCH(QString, text);
         QFETCH(QRectF, box);
         QFETCH(QString, message);
-        if (!toPdf && !QPrinterInfo::availablePrinterNames().isEmpty())
-            QSKIP("this machine has a printer; the no-printer path cannot be reached");
-        if (!toPdf)
-            objPrint::setPdfOutputForTests(QString());
         if (!items.isEmpty()) {
             QFETCH(QString, page);
             storeLayout(items, page);
@@ -294,10 +432,551 @@ private slots:
         QCOMPARE(pages.size(), 1);
         QCOMPARE(pages[0].size.toSize(), QSize(420, 595));
         QCOMPARE(pdfText::allText(pages[0]), QString("李四壹仟伍佰零伍元整"));
-        pdfText::checkInBox(pages[0], "李四", QRectF(50 + 200 * m_k, 10 + 100 * m_k, 300 * m_k, 40 * m_k), "居右");
-        pdfText::checkInBox(pages[0], "壹仟伍佰零伍元整", QRectF(50, 10 + 300 * m_k, 400 * m_k, 40 * m_k), "居左");
+        pdfText::checkInBox(pages[0], "李四", QRectF(50 + 200 * k, 10 + 100 * k, 300 * k, 40 * k), "居右");
+        pdfText::checkInBox(pages[0], "壹仟伍佰零伍元整", QRectF(50, 10 + 300 * k, 400 * k, 40 * k), "居左");
         QVERIFY2(pdfText::find(pages[0], "李四").height() > 20, "not the 24-point font of the cell");
         QCOMPARE(printLayout::load().items.value(0).expression, QString("出方名称"));
+    }
+
+    // --- the same places whatever the resolution ------------------------------
+
+    void samePlaceAtEveryResolution_data()
+    {
+        QTest::addColumn<int>("desktopDpi"); // 0: this process's desktop
+        QTest::addColumn<int>("printerDpi"); // 0: the printer's own
+        // Another desktop needs a process of its own (the resolution is read
+        // when the application starts), with Qt Test's fixed 96 dpi turned off.
+        for (int dpi : {96, 120, 192})
+            QTest::addRow("desktop at %d dpi", dpi) << dpi << 0;
+        QTest::newRow("desktop at the offscreen 100 dpi") << 100 << 0;
+        for (int dpi : {96, 120, 192, 600})
+            QTest::addRow("printer at %d dpi", dpi) << 0 << dpi;
+    }
+
+    void samePlaceAtEveryResolution()
+    {
+        QFETCH(int, desktopDpi);
+        QFETCH(int, printerDpi);
+        const bool otherDesktop = desktopDpi > 0 && desktopDpi != 100;
+        if (testSupport::isChild()) {
+            // Printing with the desktop's resolution would move every box here.
+            QCoreApplication::setAttribute(Qt::AA_Use96Dpi, false);
+            QCOMPARE(QPrinter(QPrinter::ScreenResolution).resolution(), desktopDpi);
+            objPrint::setPdfOutputForTests(qEnvironmentVariable("ZELNOR_TEST_PDF"));
+            bool printed = false;
+            printNumber(numberB, printed);
+            QVERIFY(printed);
+            return;
+        }
+        storeLayout(certificate, certificatePage);
+        bool printed = false;
+        const pdfText::page reference = printNumber(numberB, printed).value(0);
+        QVERIFY(printed);
+        checkCertificate(reference);
+
+        const QString pdf = m_dir.filePath("resolution.pdf");
+        QFile::remove(pdf);
+        if (otherDesktop) {
+            qputenv("QT_FONT_DPI", QByteArray::number(desktopDpi));
+            qputenv("ZELNOR_TEST_PDF", pdf.toLocal8Bit());
+            QString output;
+            const int code = testSupport::runInChild(
+                {QString("samePlaceAtEveryResolution:") + QTest::currentDataTag()}, testSupport::socketPath(),
+                testSupport::serverPort(), testSupport::serverDir(), &output);
+            qunsetenv("QT_FONT_DPI");
+            qunsetenv("ZELNOR_TEST_PDF");
+            QVERIFY2(code == 0, qPrintable(output));
+        } else {
+            // The offscreen desktop's own 100 dpi, once Qt Test's 96 is off.
+            QCoreApplication::setAttribute(Qt::AA_Use96Dpi, desktopDpi == 0);
+            if (desktopDpi)
+                QCOMPARE(QPrinter(QPrinter::ScreenResolution).resolution(), desktopDpi);
+            objPrint::setPdfOutputForTests(pdf, printerDpi);
+            printNumber(numberB, printed);
+            QCoreApplication::setAttribute(Qt::AA_Use96Dpi, true);
+            QVERIFY(printed);
+        }
+        const QList<pdfText::page> pages = pdfText::read(pdf);
+        QCOMPARE(pages.size(), 1);
+        checkCertificate(pages[0]);
+        // All four edges: the font kept its point size too.
+        checkSamePlaces(pages[0], reference, 0.75);
+    }
+
+    // --- no printer ------------------------------------------------------------
+
+    void noPrinterOffersPdf_data()
+    {
+        QTest::addColumn<QString>("entry");    // 打印 or 测试打印
+        QTest::addColumn<bool>("accept");      // the offer
+        QTest::addColumn<QString>("fileName"); // typed into the file dialog; empty: cancelled
+        QTest::addColumn<QString>("proposed"); // the name the dialog proposed
+        QTest::addColumn<QString>("saved");    // the file written; empty: none
+        QTest::newRow("打印, saved, .pdf added") << "打印" << true << "证书" << "330102202600002.pdf" << "证书.pdf";
+        QTest::newRow("打印, offer declined") << "打印" << false << "" << "" << "";
+        QTest::newRow("打印, file dialog cancelled") << "打印" << true << "" << "330102202600002.pdf" << "";
+        QTest::newRow("测试打印, saved") << "测试打印" << true << "test.PDF" << "测试打印.pdf" << "test.PDF";
+    }
+
+    void noPrinterOffersPdf()
+    {
+        QFETCH(QString, entry);
+        QFETCH(bool, accept);
+        QFETCH(QString, fileName);
+        QFETCH(QString, proposed);
+        QFETCH(QString, saved);
+        if (!QPrinterInfo::availablePrinterNames().isEmpty())
+            QSKIP("this machine has a printer; the no-printer path cannot be reached");
+        objPrint::setPdfOutputForTests(QString());
+        storeLayout(certificate, certificatePage);
+        frmSetPrintItem *form = entry == "测试打印" ? editorWithCertificate() : nullptr;
+        // The only registration left is B, which the test page shows too.
+        testSupport::exec(QStringLiteral("DELETE FROM leaseout WHERE 登记编号='%1'").arg(numberA));
+
+        QTemporaryDir folder;
+        QString dialogProposed;
+        modalWatcher watcher(accept ? QMessageBox::Yes : QMessageBox::No);
+        watcher.handler = [&](QWidget *modal) {
+            auto *dialog = qobject_cast<QFileDialog *>(modal);
+            dialogProposed = QFileInfo(dialog->selectedFiles().value(0)).fileName();
+            if (fileName.isEmpty())
+                dialog->reject();
+            else
+                adminDriver::fileDialogAnswer(folder.filePath(fileName))(modal);
+        };
+        qint64 before = selectsRun();
+        const qint64 counting = selectsRun() - before; // the count's own statement
+        before = selectsRun();
+        bool printed = false;
+        if (form)
+            form->btPrintClicked();
+        else
+            printNumber(numberB, printed);
+        // One statement per item: the file shows the values fetched for the printer.
+        QCOMPARE(selectsRun() - before - counting, qint64(certificate.size()));
+
+        QCOMPARE(watcher.boxes.value(0).title, QString("错误"));
+        QCOMPARE(watcher.boxes.value(0).text, QString("无法打印：没有可用的打印机。请先在系统中安装打印机并设为默认打印机。\n\n"
+                                                       "要把这一页另存为 PDF 文件，到别处打印吗？"));
+        QCOMPARE(watcher.boxes.value(0).buttons, (QStringList{"是(&Y)", "否(&N)"}));
+        QCOMPARE(watcher.boxes.size(), accept ? 2 : 1);
+        QCOMPARE(dialogProposed, proposed);
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), saved.isEmpty() ? QStringList() : QStringList{saved});
+        if (form)
+            QCOMPARE(m_window->statusBar()->currentMessage(),
+                     saved.isEmpty() ? QString() : "已另存为 " + folder.filePath(saved));
+        else
+            QCOMPARE(printed, !saved.isEmpty());
+        if (!saved.isEmpty()) {
+            const QList<pdfText::page> pages = pdfText::read(folder.filePath(saved));
+            QCOMPARE(pages.size(), 1);
+            QCOMPARE(pdfText::allText(pages[0]), certificateTexts.join(""));
+            checkCertificate(pages[0]);
+        }
+    }
+
+    // --- the preview -----------------------------------------------------------
+
+    void previewOverStationery_data()
+    {
+        QTest::addColumn<QString>("number");
+        QTest::addColumn<int>("zoom");
+        QTest::addColumn<QString>("format");
+        QTest::addColumn<double>("scanDpi");     // the scan's real resolution
+        QTest::addColumn<double>("recordedDpi"); // what its file says
+        QTest::addColumn<int>("typedDpi");
+        QTest::addColumn<QStringList>("texts");
+        QTest::addColumn<QString>("record");
+        QTest::addColumn<QSizeF>("scanMm"); // as the form shows it
+        QTest::addColumn<bool>("warned");   // that the size is not the paper's
+        const QSizeF a4(297, 210);
+        QTest::newRow("first registration, true size, PNG") << "" << 100 << "png" << 150.0 << 150.0 << 0
+                                                           << QStringList{"王五", "赵六", "中山路8号", "壹佰贰拾元整"}
+                                                           << "第一条登记：330102202600001" << a4 << false;
+        QTest::newRow("typed number, zoomed, JPEG") << numberB << 200 << "jpg" << 300.0 << 300.0 << 0 << certificateTexts
+                                                    << "登记：330102202600002" << a4 << false;
+        QTest::newRow("resolution typed over the file's") << numberB << 75 << "png" << 200.0 << 72.0 << 200
+                                                           << certificateTexts << "登记：330102202600002" << a4 << false;
+        // A scan that records 72 dpi but was made at 200 reads as 825 mm wide.
+        QTest::newRow("wrong resolution shows in the size") << numberB << 100 << "png" << 200.0 << 72.0 << 0
+                                                             << certificateTexts << "登记：330102202600002"
+                                                             << QSizeF(825, 583.3) << true;
+        QTest::newRow("unknown number") << "330102209900001" << 100 << "png" << 150.0 << 150.0 << 0
+                                        << QStringList{"", "", "", ""} << "没有这个登记编号，各项为空" << a4 << false;
+    }
+
+    void previewOverStationery()
+    {
+        QFETCH(QString, number);
+        QFETCH(int, zoom);
+        QFETCH(QString, format);
+        QFETCH(double, scanDpi);
+        QFETCH(double, recordedDpi);
+        QFETCH(int, typedDpi);
+        QFETCH(QStringList, texts);
+        QFETCH(QString, record);
+        QFETCH(QSizeF, scanMm);
+        QFETCH(bool, warned);
+        QList<QRectF> boxesPt;
+        for (int n = 0; n < certificate.size(); ++n)
+            boxesPt << nominalBox(n);
+        const QString scan = printSupport::writeScan(m_dir.filePath("stationery." + format), a4Landscape, boxesPt,
+                                                     scanDpi, recordedDpi);
+        stationeryScan::remember(*appSettings::open(), scan, typedDpi);
+
+        // The layout is the editor's, unsaved: nothing is stored.
+        frmPrintPreview *preview = openPreview(editorWithCertificate());
+        QVERIFY(preview);
+        QCOMPARE(preview->windowTitle(), QString("打印预览"));
+        QCOMPARE(preview->scanEdit()->text(), scan);
+        QCOMPARE(preview->scanDpiSpin()->value(), typedDpi);
+        const QString printer = QPrinterInfo::defaultPrinterName();
+        QCOMPARE(preview->printerLabel()->text(), printer.isEmpty() ? QString("打印机：没有（打印时可以另存为 PDF 文件）")
+                                                                    : "打印机：" + printer + "（未校准）");
+        preview->numberEdit()->setText(number);
+        preview->btRefreshClicked();
+        preview->zoomChoice()->setCurrentIndex(preview->zoomChoice()->findData(zoom));
+        QCOMPARE(preview->recordLabel()->text(), record);
+        checkScanSize(preview->scanSizeLabel()->text(), scanMm,
+                      warned ? QString("，纸张 297 × 210 毫米：请检查分辨率") : QString());
+        QStringList shown;
+        for (const printBox &box : preview->boxes())
+            shown << box.text;
+        QCOMPARE(shown, texts);
+
+        // True size at 100%: the desktop's resolution times the zoom.
+        const int desktopDpi = preview->logicalDpiX();
+        QCOMPARE(desktopDpi, qRound(QGuiApplication::primaryScreen()->logicalDotsPerInchX()));
+        QCOMPARE(preview->pixelsPerInch(), qRound(desktopDpi * zoom / 100.0));
+        const double px = preview->pixelsPerInch() / 72.0;
+        const QImage image = preview->image();
+        QVERIFY(qAbs(image.width() - a4Landscape.width() * px) < 1 && qAbs(image.height() - a4Landscape.height() * px) < 1);
+
+        // Each value inside its box of the form, no ink anywhere else.
+        QList<QRect> boxesPx;
+        for (const QRectF &box : boxesPt)
+            boxesPx << QRectF(box.topLeft() * px, box.size() * px).toAlignedRect().adjusted(-1, -1, 1, 1);
+        int outside = 0;
+        const QVector<int> inside = printSupport::inkInside(image, boxesPx, &outside);
+        QCOMPARE(outside, 0);
+        for (int n = 0; n < texts.size(); ++n)
+            QVERIFY2((inside[n] > 10) == !texts[n].isEmpty(), qPrintable(QString("box %1: %2").arg(n).arg(inside[n])));
+        // The scan under the page: its pale fill just inside each box's
+        // lower right corner, when its resolution is right.
+        if (!warned) {
+            for (const QRectF &box : boxesPt) {
+                const QRgb fill = image.pixel((box.bottomRight() * px - QPointF(3, 3)).toPoint());
+                QVERIFY2(qBlue(fill) < 225 && qRed(fill) > 225, qPrintable(QString::number(fill, 16)));
+            }
+        }
+        QCOMPARE(storedLayout().size(), 1); // still no items stored
+    }
+
+    void previewFollowsTheEditorAndRemembersTheScan()
+    {
+        frmSetPrintItem *form = editorWithCertificate();
+        frmPrintPreview *preview = openPreview(form);
+        QVERIFY(preview);
+        QCOMPARE(preview->boxes().size(), certificate.size());
+        QVERIFY(preview->scanEdit()->text().isEmpty());
+        QCOMPARE(preview->scanSizeLabel()->text(), QString());
+
+        // Edits reach the open preview without another click.
+        form->table()->item(1, 2)->setText("100,200");
+        QTRY_COMPARE(preview->boxes().value(1).rect.topLeft(), QPoint(100, 200));
+        form->paperEdit()->setText("A5");
+        form->portraitButton()->setChecked(true);
+        QTRY_COMPARE(preview->image().height(), qCeil(595 * preview->pixelsPerInch() / 72.0));
+        // A second click shows the same preview again.
+        QCOMPARE(openPreview(form), preview);
+        QCOMPARE(m_window->findChildren<frmPrintPreview *>().size(), 1);
+
+        // The scan chosen through the file dialog is remembered in a group
+        // of its own, with the typed resolution.
+        const QString scan = printSupport::writeScan(m_dir.filePath("空白证书.png"), QSizeF(420, 595), {}, 150, 150);
+        modalWatcher watcher;
+        watcher.handler = adminDriver::fileDialogAnswer(scan);
+        button(preview, "选择底图...")->click();
+        QCOMPARE(watcher.take(), QStringList{"选择空白证书的扫描图"});
+        QCOMPARE(preview->scanEdit()->text(), scan);
+        checkScanSize(preview->scanSizeLabel()->text(), QSizeF(148, 210));
+        preview->scanDpiSpin()->setValue(300);
+        checkScanSize(preview->scanSizeLabel()->text(), QSizeF(74, 105), "，纸张 148 × 210 毫米：请检查分辨率");
+        QCOMPARE(storedValues({"Stationery/FileName", "Stationery/Dpi"}), scan + "|300");
+        form->btSaveClicked(); // saving the layout keeps them
+        QCOMPARE(storedValues({"Stationery/FileName", "Stationery/Dpi"}), scan + "|300");
+
+        button(preview, "退出(&E)")->click();
+        QTRY_VERIFY(!form->preview());
+        preview = openPreview(form);
+        QCOMPARE(preview->scanEdit()->text(), scan);
+        QCOMPARE(preview->scanDpiSpin()->value(), 300);
+        button(preview, "不用底图")->click();
+        QCOMPARE(storedValues({"Stationery/FileName", "Stationery/Dpi"}), QString("|300"));
+        QCOMPARE(preview->scanSizeLabel()->text(), QString());
+
+        // A file that is no picture says so and shows the page without it.
+        QFile notes(m_dir.filePath("notes.png"));
+        QVERIFY(notes.open(QIODevice::WriteOnly));
+        notes.write("no picture here");
+        notes.close();
+        watcher.handler = adminDriver::fileDialogAnswer(notes.fileName());
+        button(preview, "选择底图...")->click();
+        QCOMPARE(preview->scanSizeLabel()->text(), QString("无法读取这个图片文件"));
+        QVERIFY(!preview->image().isNull());
+    }
+
+    void previewSavedAsPdf()
+    {
+        frmPrintPreview *preview = openPreview(editorWithCertificate());
+        preview->numberEdit()->setText(numberB);
+        preview->btRefreshClicked();
+        preview->outlinesBox()->setChecked(true); // outlines are for the screen only
+        QTemporaryDir folder;
+        modalWatcher watcher;
+        QString proposed;
+        watcher.handler = [&](QWidget *modal) {
+            proposed = QFileInfo(qobject_cast<QFileDialog *>(modal)->selectedFiles().value(0)).fileName();
+            adminDriver::fileDialogAnswer(folder.filePath("副本"))(modal);
+        };
+        button(preview, "另存为PDF(&S)")->click();
+        QCOMPARE(watcher.take(), QStringList{"另存为 PDF"});
+        QCOMPARE(proposed, numberB + ".pdf");
+        QCOMPARE(m_window->statusBar()->currentMessage(), "已另存为 " + folder.filePath("副本.pdf"));
+        const QList<pdfText::page> pages = pdfText::read(folder.filePath("副本.pdf"));
+        QCOMPARE(pages.size(), 1);
+        QCOMPARE(pdfText::allText(pages[0]), certificateTexts.join(""));
+        checkCertificate(pages[0]);
+    }
+
+    // --- calibration -----------------------------------------------------------
+
+    void calibrationForm_data()
+    {
+        QTest::addColumn<QString>("how");  // typed, measured, or misread
+        QTest::addColumn<QString>("note"); // what the form says after 计算
+        QTest::newRow("numbers typed") << "typed" << "";
+        QTest::newRow("crosses measured") << "measured"
+                                          << "已算出校准值。保存后再打印一张校准页核对：十字应落在标出的位置上。";
+        QTest::newRow("B measured before A") << "misread"
+                                             << "量得的位置不合理：十字 B 应在十字 A 的右下方，两者相距与纸上的刻度相差不会太多。请重新量过。";
+    }
+
+    void calibrationForm()
+    {
+        QFETCH(QString, how);
+        QFETCH(QString, note);
+        // A printer shared from another PC that is not connected now keeps
+        // its calibration and can be chosen.
+        const printCalibration stored{1, -0.5, 100.5, 99.5};
+        stored.save(*appSettings::open(), "收费窗口");
+        frmSetPrintItem *editor = editorWithCertificate();
+        frmPrintCalibration *form = openCalibration(editor);
+        QVERIFY(form);
+        QCOMPARE(form->windowTitle(), QString("打印机校准"));
+        form->printerChoice()->setCurrentText("收费窗口");
+        QCOMPARE(form->printerChoice()->currentText(), QString("收费窗口"));
+        QCOMPARE(form->typed(), stored);
+        {
+            modalWatcher watcher;
+            button(form, "校准页")->click();
+            QCOMPARE(watcher.take(), QStringList{"错误|无法打印：打印机“收费窗口”无法使用。"});
+        }
+        // This printer moves the paper 2 mm right and 1.5 mm up, stretches it
+        // 0.8% across and shrinks it 0.5% along.
+        const printCalibration printerError{2, -1.5, 100.8, 99.5};
+        // Where a point of the sheet lands, in mm, printed through c.
+        auto landed = [&](const printCalibration &c, const QPointF &atMm) {
+            return calibrated(printerError, calibrated(c, atMm * mm)) / mm;
+        };
+        const QList<calibrationPage::cross> crosses = calibrationPage::crosses(a4Landscape / mm); // the editor's paper
+        if (how == "typed") {
+            form->offsetXSpin()->setValue(2.5);
+            form->offsetYSpin()->setValue(-1);
+            form->scaleXSpin()->setValue(101);
+            form->scaleYSpin()->setValue(99);
+        } else {
+            // Read off the 校准页 printed through the stored calibration.
+            for (int c = 0; c < 2; ++c) {
+                const QPointF at = how == "measured" ? landed(stored, crosses[c].atMm) : QPointF(30 - 10 * c, 30 - 10 * c);
+                form->measuredSpin(c, Qt::Horizontal)->setValue(at.x());
+                form->measuredSpin(c, Qt::Vertical)->setValue(at.y());
+            }
+            button(form, "计算(&J)")->click();
+            QCOMPARE(form->noteLabel()->text(), note);
+        }
+        button(form, "保存(&S)")->click();
+        QCOMPARE(m_window->statusBar()->currentMessage(), QString("数据保存OK."));
+        const QString group = printCalibration::settingsGroup("收费窗口") + '/';
+        const QString saved = storedValues({group + "OffsetX", group + "OffsetY", group + "ScaleX", group + "ScaleY"});
+        if (how == "typed") {
+            QCOMPARE(saved, QString("2.5|-1|101|99"));
+        } else if (how == "misread") {
+            QCOMPARE(saved, QString("1|-0.5|100.5|99.5")); // unchanged
+        } else {
+            // Through the new calibration this printer puts every point of
+            // the sheet where it belongs (the readings have two decimals).
+            for (const QPointF &p : {QPointF(30, 30), QPointF(270, 180), QPointF(150, 100), QPointF(10, 200)}) {
+                const QPointF at = landed(form->typed(), p);
+                QVERIFY2((at - p).manhattanLength() < 0.05,
+                         qPrintable(QString("%1,%2 lands at %3,%4").arg(p.x()).arg(p.y()).arg(at.x()).arg(at.y())));
+            }
+        }
+        // 不校准 removes the printer's group.
+        button(form, "不校准")->click();
+        QCOMPARE(form->typed(), printCalibration());
+        QCOMPARE(storedValues({group + "OffsetX"}), QString());
+        QCOMPARE(m_window->statusBar()->currentMessage(), QString("打印机“收费窗口”不再校准。"));
+    }
+
+    // --- through a real print queue --------------------------------------------
+
+    void calibrationAppliedOnThePrinter_data()
+    {
+        QTest::addColumn<QString>("entry");     // 打印 or 测试打印
+        QTest::addColumn<QString>("storedFor"); // the printer the calibration is stored for; empty: this queue
+        QTest::addColumn<bool>("typedInForm");  // typed into 打印机校准 rather than written to the file
+        QTest::newRow("打印") << "打印" << "" << false;
+        QTest::newRow("测试打印") << "测试打印" << "" << false;
+        QTest::newRow("打印, typed into the calibration form") << "打印" << "" << true;
+        QTest::newRow("打印, another printer's calibration") << "打印" << "收费窗口" << false;
+    }
+
+    void calibrationAppliedOnThePrinter()
+    {
+        if (printSupport::ranInPrintQueue())
+            return;
+        QFETCH(QString, entry);
+        QFETCH(QString, storedFor);
+        QFETCH(bool, typedInForm);
+        storeLayout(certificate, certificatePage);
+        testSupport::exec(QStringLiteral("DELETE FROM leaseout WHERE 登记编号='%1'").arg(numberA));
+        frmSetPrintItem *editor = editorWithCertificate();
+        QCOMPARE(printerOutput::defaultPrinterName(), printSupport::queueName());
+        modalWatcher watcher;
+        auto print = [&] {
+            if (entry == "测试打印") {
+                editor->btPrintClicked();
+                QCOMPARE(m_window->statusBar()->currentMessage(), QString("打印完成。"));
+            } else {
+                bool printed = false;
+                printNumber(numberB, printed);
+                QVERIFY(printed);
+            }
+        };
+        print(); // as the printer is
+
+        const printCalibration calibration{2.5, -1.0, 101, 99};
+        if (typedInForm) {
+            frmPrintCalibration *form = openCalibration(editor);
+            QCOMPARE(form->printerChoice()->currentText(), printSupport::queueName());
+            form->offsetXSpin()->setValue(2.5);
+            form->offsetYSpin()->setValue(-1);
+            form->scaleXSpin()->setValue(101);
+            form->scaleYSpin()->setValue(99);
+            button(form, "保存(&S)")->click();
+        } else {
+            calibration.save(*appSettings::open(), storedFor.isEmpty() ? printSupport::queueName() : storedFor);
+        }
+        print();
+        QCOMPARE(watcher.take(), QStringList());
+
+        const QList<pdfText::page> pages = printSupport::queuePages(2, a4Landscape);
+        QCOMPARE(pages.size(), 2);
+        // Full-page mode through the printer's filters: the boxes stand from
+        // the paper's corner, not from the printer's unprintable rim.
+        checkCertificate(pages[0]);
+        const printCalibration applied = storedFor.isEmpty() ? calibration : printCalibration();
+        checkSamePlaces(pages[1], pages[0], 0.5, applied);
+        checkCertificate(pages[1], applied);
+    }
+
+    void calibrationPageOnThePrinter()
+    {
+        if (printSupport::ranInPrintQueue())
+            return;
+        // The page checks the calibration stored now.
+        const printCalibration current{1, -0.5, 100.5, 99.5};
+        current.save(*appSettings::open(), printSupport::queueName());
+        frmSetPrintItem *editor = editorWithCertificate();
+        frmPrintCalibration *form = openCalibration(editor);
+        modalWatcher watcher;
+        button(form, "校准页")->click();
+        QCOMPARE(watcher.take(), QStringList());
+        QVERIFY(form->noteLabel()->text().startsWith("校准页已送往打印机。"));
+        const pdfText::page page = printSupport::queuePages(1, a4Landscape).value(0);
+        QCOMPARE(page.size.toSize(), a4Landscape.toSize());
+        const QString text = pdfText::allText(page);
+        QVERIFY2(text.contains("打印机：" + printSupport::queueName()), qPrintable(text));
+        QVERIFY(text.contains("水平偏移1毫米"));
+        // The numbers of the top ruler centred on their marks, N mm from the
+        // paper's left edge, moved as the calibration moves the page.
+        int numbers = 0;
+        for (const pdfText::word &w : page.words) {
+            bool isNumber = false;
+            const int n = w.text.toInt(&isNumber);
+            if (!isNumber || w.box.top() > 16 * mm)
+                continue;
+            QVERIFY2(qAbs(w.box.center().x() - calibrated(current, QPointF(n * mm, 0)).x()) <= 0.5, qPrintable(w.text));
+            ++numbers;
+        }
+        QCOMPARE(numbers, (290 - calibrationPage::firstNumberMm) / 10 + 1);
+        for (const calibrationPage::cross &c : calibrationPage::crosses(a4Landscape / mm))
+            QVERIFY(text.contains(QString("%1(%2,%3)").arg(c.name).arg(c.atMm.x()).arg(c.atMm.y())));
+
+        // A printer calibrated earlier that is not connected now: the page
+        // must not come out on the default printer instead.
+        current.save(*appSettings::open(), "收费窗口");
+        button(form, "退出(&E)")->click();
+        QTRY_VERIFY(!editor->calibration());
+        form = openCalibration(editor);
+        form->printerChoice()->setCurrentText("收费窗口");
+        button(form, "校准页")->click();
+        QCOMPARE(watcher.take(), QStringList{"错误|无法打印：打印机“收费窗口”无法使用。"});
+        QCOMPARE(printSupport::queueJobs(), 1);
+    }
+
+    void previewOfACalibratedPrinter()
+    {
+        if (printSupport::ranInPrintQueue())
+            return;
+        const printCalibration calibration{2.5, -1.0, 101, 99};
+        calibration.save(*appSettings::open(), printSupport::queueName());
+        QList<QRectF> boxesPt;
+        for (int n = 0; n < certificate.size(); ++n)
+            boxesPt << nominalBox(n);
+        stationeryScan::remember(*appSettings::open(),
+                                 printSupport::writeScan(m_dir.filePath("scan.png"), a4Landscape, boxesPt, 150, 150), 0);
+        frmPrintPreview *preview = openPreview(editorWithCertificate());
+        preview->numberEdit()->setText(numberB);
+        preview->btRefreshClicked();
+        QCOMPARE(preview->printerLabel()->text(),
+                 "打印机：" + printSupport::queueName() + "（校准：水平偏移 2.5 毫米，垂直偏移 -1 毫米，水平缩放 101%，垂直缩放 99%）");
+
+        // By default the page shows where the text lands on the paper, which
+        // is where the scanned form has its boxes; as sent, it shows where the
+        // calibration sends it.
+        const double px = preview->pixelsPerInch() / 72.0;
+        auto ink = [&](const printCalibration &c, int *outside) {
+            QList<QRect> boxesPx;
+            for (const QRectF &box : boxesPt) {
+                const QRectF r = calibrated(c, box);
+                boxesPx << QRectF(r.topLeft() * px, r.size() * px).toAlignedRect().adjusted(-1, -1, 1, 1);
+            }
+            return printSupport::inkInside(preview->image(), boxesPx, outside);
+        };
+        int outside = 0;
+        QCOMPARE(preview->viewChoice()->currentIndex(), int(frmPrintPreview::view::onPaper));
+        QCOMPARE(preview->shownGeometry().calibration(), printCalibration());
+        ink(printCalibration(), &outside);
+        QCOMPARE(outside, 0);
+
+        preview->viewChoice()->setCurrentIndex(int(frmPrintPreview::view::asSent));
+        QCOMPARE(preview->shownGeometry().calibration(), calibration);
+        ink(calibration, &outside);
+        QCOMPARE(outside, 0);
+        ink(printCalibration(), &outside);
+        QVERIFY2(outside > 100, qPrintable(QString::number(outside))); // moved out of the form's boxes
     }
 };
 

@@ -77,7 +77,7 @@ void initApplication()
 }
 
 QProcess *startChild(const QStringList &arguments, const QString &socket, int port,
-                     const QString &mysqlHome)
+                     const QString &mysqlHome, const QStringList &wrapper)
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("ZELNOR_TEST_CHILD"), QStringLiteral("1"));
@@ -87,7 +87,10 @@ QProcess *startChild(const QStringList &arguments, const QString &socket, int po
     auto *child = new QProcess;
     child->setProcessEnvironment(env);
     child->setProcessChannelMode(QProcess::MergedChannels);
-    child->start(QCoreApplication::applicationFilePath(), arguments);
+    if (wrapper.isEmpty())
+        child->start(QCoreApplication::applicationFilePath(), arguments);
+    else
+        child->start(wrapper.first(), wrapper.mid(1) + QStringList(QCoreApplication::applicationFilePath()) + arguments);
     return child;
 }
 

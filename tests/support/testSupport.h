@@ -37,9 +37,10 @@ QString serverScript();
 int runInChild(const QStringList &arguments, const QString &socket, int port,
                const QString &mysqlHome, QString *output);
 // The same, started and left running (output channels merged); the caller
-// owns and waits for the process.
+// owns and waits for the process. A wrapper (a program and its first
+// arguments) runs the child as its last argument.
 QProcess *startChild(const QStringList &arguments, const QString &socket, int port,
-                     const QString &mysqlHome);
+                     const QString &mysqlHome, const QStringList &wrapper = {});
 // Runs the arguments in a child on a private server in a fresh folder under
 // /tmp, which the server script's command ("init": prepared but not running,
 // "start": running) makes first and "stop" ends, should the child leave it up.

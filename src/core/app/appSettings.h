@@ -48,14 +48,31 @@ inline const setting paper{QStringLiteral("PageSetup/size"), QStringLiteral("A4"
 inline const setting landscape{QStringLiteral("PageSetup/direction"), true};
 inline const setting leftMargin{QStringLiteral("PageSetup/Left"), QStringLiteral("50")};
 inline const setting topMargin{QStringLiteral("PageSetup/top"), QStringLiteral("50")};
+// The scan of the blank stationery that the print preview lays under the
+// page, and its resolution as typed (0: the one the file records). A group of
+// its own: saving the layout removes the whole PageSetup and PrintItems groups.
+inline const setting stationeryFile{QStringLiteral("Stationery/FileName"), QString()};
+inline const setting stationeryDpi{QStringLiteral("Stationery/Dpi"), 0};
 } // namespace key
 
+// The keys of one printer's correction, inside its group
+// Calibration/<printer name> (printCalibration::settingsGroup): offsets in
+// millimetres, scales in percent, written as text with a decimal point.
+namespace calibrationKey {
+inline const setting offsetX{QStringLiteral("OffsetX"), 0.0};
+inline const setting offsetY{QStringLiteral("OffsetY"), 0.0};
+inline const setting scaleX{QStringLiteral("ScaleX"), 100.0};
+inline const setting scaleY{QStringLiteral("ScaleY"), 100.0};
+} // namespace calibrationKey
+
 // Groups whose child keys are the data: one key per remembered operator name
-// (value 1) and one per print item ("0", "1", …).
+// (value 1), one per print item ("0", "1", …) and one group per calibrated
+// printer.
 namespace group {
 inline const QString loginUsers = QStringLiteral("LoginUser");
 inline const QString pageSetup = QStringLiteral("PageSetup");
 inline const QString printItems = QStringLiteral("PrintItems");
+inline const QString calibration = QStringLiteral("Calibration");
 } // namespace group
 
 QVariant value(const QSettings &settings, const setting &s);

@@ -6,7 +6,7 @@
 
 namespace {
 
-const double pointsPerMm = 72.0 / 25.4;
+const double pointsPerMm = printGeometry::pointsPerMm;
 
 // Distances from the paper's edges, in millimetres. The ruler starts 6 mm in,
 // beyond the unprintable rim of most printers.
@@ -16,11 +16,6 @@ const double longMark = 4;
 const double numberGap = 1; // between a long mark's end and its number
 const double gridStart = 20;
 const double crossArm = 6;
-
-QString orientationName(const QPageLayout &page)
-{
-    return page.orientation() == QPageLayout::Landscape ? QStringLiteral("横向") : QStringLiteral("纵向");
-}
 
 QString calibrationText(const printCalibration &c)
 {
@@ -55,7 +50,7 @@ QList<cross> crosses(const QSizeF &sheetMm)
 void paint(QPainter &painter, const printGeometry &geometry, const QString &printerName)
 {
     const QPaintDevice &device = *painter.device();
-    const QSizeF sheet = geometry.sheetSize() / pointsPerMm;
+    const QSizeF sheet = geometry.sheetSizeMm();
     const QTransform calibration = geometry.calibrationTransform(device);
     const QTransform mmToDevice = QTransform::fromScale(pointsPerMm, pointsPerMm) * printGeometry::sheetToDevice(device);
 
@@ -120,11 +115,7 @@ void paint(QPainter &painter, const printGeometry &geometry, const QString &prin
               QStringLiteral("%1 (%2, %3)").arg(c.name).arg(c.atMm.x()).arg(c.atMm.y()));
     }
 
-    const QPageLayout page = geometry.pageLayout();
-    const QString paper = QStringLiteral("%1 %2 %3 × %4 毫米")
-                              .arg(page.pageSize().name(), orientationName(page))
-                              .arg(qRound(sheet.width()))
-                              .arg(qRound(sheet.height()));
+    const QString paper = geometry.paperText();
     const double textLeft = 45, textWidth = sheet.width() - textLeft - 30;
     const QRectF textBox(textLeft, 38, textWidth, marks[1].atMm.y() - 10 - 38);
     painter.setFont(fontOf(14, true));
@@ -134,7 +125,7 @@ void paint(QPainter &painter, const printGeometry &geometry, const QString &prin
         QStringLiteral("打印机：%1\n纸张：%2\n%3\n"
                        "上方刻度的数字是到纸张左边缘的毫米数，左侧刻度的数字是到纸张上边缘的毫米数，"
                        "每 5 毫米一个刻度。用直尺从纸张的左边缘和上边缘量出十字 A 与十字 B 中心的实际位置，"
-                       "填入校准设置，程序据此算出偏移和缩放。读数与刻度相符时不需要校准。")
+                       "填入“打印机校准”，程序据此算出偏移和缩放。读数与刻度相符时不需要校准。")
             .arg(printerName.isEmpty() ? QStringLiteral("（文件）") : printerName, paper,
                  calibrationText(geometry.calibration()));
     label(textBox.adjusted(0, 10, 0, 0), Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, body);

@@ -1,15 +1,11 @@
 #include "printCalibration.h"
 
+#include "appSettings.h"
+
 #include <QSettings>
 #include <QtMath>
 
 namespace {
-
-const QString group = QStringLiteral("Calibration");
-const QString offsetXKey = QStringLiteral("OffsetX");
-const QString offsetYKey = QStringLiteral("OffsetY");
-const QString scaleXKey = QStringLiteral("ScaleX");
-const QString scaleYKey = QStringLiteral("ScaleY");
 
 const double pointsPerMm = 72.0 / 25.4;
 
@@ -44,13 +40,13 @@ QString unescaped(const QString &key)
     return out;
 }
 
-// A stored number, or the fallback when it is missing, not a number or
+// A stored number, or the key's default when it is missing, not a number or
 // outside [low, high].
-double number(QSettings &settings, const QString &key, double fallback, double low, double high)
+double number(QSettings &settings, const appSettings::setting &key, double low, double high)
 {
     bool ok = false;
-    const double value = settings.value(key).toString().trimmed().toDouble(&ok);
-    return ok && value >= low && value <= high ? value : fallback;
+    const double value = settings.value(key.name).toString().trimmed().toDouble(&ok);
+    return ok && value >= low && value <= high ? value : key.fallback.toDouble();
 }
 
 // Along one axis the page printed at measured = offset + scale × nominal; from
@@ -90,8 +86,8 @@ QTransform printCalibration::sheetTransform() const
                       offsetYmm * pointsPerMm);
 }
 
-printCalibration printCalibration::corrected(QPointF nominalA, QPointF measuredA, QPointF nominalB,
-                                             QPointF measuredB) const
+std::optional<printCalibration> printCalibration::corrected(QPointF nominalA, QPointF measuredA, QPointF nominalB,
+                                                            QPointF measuredB) const
 {
     // The page was drawn through this calibration c and the printer's own map
     // e put it on paper as m = e∘c. The new calibration must undo e alone:
@@ -99,7 +95,7 @@ printCalibration printCalibration::corrected(QPointF nominalA, QPointF measuredA
     double omX, smX, omY, smY;
     if (!fit(nominalA.x(), measuredA.x(), nominalB.x(), measuredB.x(), &omX, &smX)
         || !fit(nominalA.y(), measuredA.y(), nominalB.y(), measuredB.y(), &omY, &smY))
-        return *this;
+        return std::nullopt;
     const double sX = scaleXpercent / 100, sY = scaleYpercent / 100;
     // Hundredths of a millimetre and of a percent: finer than any ruler
     // reading, and what an operator would type.
@@ -109,12 +105,14 @@ printCalibration printCalibration::corrected(QPointF nominalA, QPointF measuredA
     next.scaleYpercent = hundredths(100 * sY / smY);
     next.offsetXmm = hundredths(offsetXmm - sX * omX / smX);
     next.offsetYmm = hundredths(offsetYmm - sY * omY / smY);
-    return next.isValid() ? next : *this;
+    if (!next.isValid())
+        return std::nullopt;
+    return next;
 }
 
 QString printCalibration::settingsGroup(const QString &printerName)
 {
-    return group + QLatin1Char('/') + escaped(printerName);
+    return appSettings::group::calibration + QLatin1Char('/') + escaped(printerName);
 }
 
 printCalibration printCalibration::load(QSettings &settings, const QString &printerName)
@@ -123,10 +121,11 @@ printCalibration printCalibration::load(QSettings &settings, const QString &prin
     if (printerName.isEmpty())
         return calibration;
     settings.beginGroup(settingsGroup(printerName));
-    calibration.offsetXmm = number(settings, offsetXKey, 0, -maxOffsetMm, maxOffsetMm);
-    calibration.offsetYmm = number(settings, offsetYKey, 0, -maxOffsetMm, maxOffsetMm);
-    calibration.scaleXpercent = number(settings, scaleXKey, 100, minScalePercent, maxScalePercent);
-    calibration.scaleYpercent = number(settings, scaleYKey, 100, minScalePercent, maxScalePercent);
+    using namespace appSettings::calibrationKey;
+    calibration.offsetXmm = number(settings, offsetX, -maxOffsetMm, maxOffsetMm);
+    calibration.offsetYmm = number(settings, offsetY, -maxOffsetMm, maxOffsetMm);
+    calibration.scaleXpercent = number(settings, scaleX, minScalePercent, maxScalePercent);
+    calibration.scaleYpercent = number(settings, scaleY, minScalePercent, maxScalePercent);
     settings.endGroup();
     return calibration;
 }
@@ -138,10 +137,11 @@ void printCalibration::save(QSettings &settings, const QString &printerName) con
     settings.beginGroup(settingsGroup(printerName));
     // Text, not a double QVariant: the file reads the same to a person and
     // to every Qt version, with '.' as the decimal point whatever the locale.
-    settings.setValue(offsetXKey, QString::number(offsetXmm));
-    settings.setValue(offsetYKey, QString::number(offsetYmm));
-    settings.setValue(scaleXKey, QString::number(scaleXpercent));
-    settings.setValue(scaleYKey, QString::number(scaleYpercent));
+    using namespace appSettings::calibrationKey;
+    appSettings::setValue(settings, offsetX, QString::number(offsetXmm));
+    appSettings::setValue(settings, offsetY, QString::number(offsetYmm));
+    appSettings::setValue(settings, scaleX, QString::number(scaleXpercent));
+    appSettings::setValue(settings, scaleY, QString::number(scaleYpercent));
     settings.endGroup();
 }
 
@@ -153,7 +153,7 @@ void printCalibration::remove(QSettings &settings, const QString &printerName)
 
 QStringList printCalibration::printers(QSettings &settings)
 {
-    settings.beginGroup(group);
+    settings.beginGroup(appSettings::group::calibration);
     QStringList names;
     for (const QString &key : settings.childGroups())
         names << unescaped(key);

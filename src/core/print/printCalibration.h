@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QTransform>
 
+#include <optional>
+
 class QSettings;
 
 // How one printer is corrected: every point of the page is moved to
@@ -36,14 +38,14 @@ struct printCalibration {
     // A page printed with this calibration showed the crosses at nominal
     // positions A and B at the measured places (millimetres from the sheet's
     // top-left corner, read off with a ruler). Returns the calibration that
-    // puts them where they belong. A and B must differ in both directions;
-    // otherwise, or when the result would be out of range, this calibration
-    // comes back unchanged.
-    printCalibration corrected(QPointF nominalA, QPointF measuredA, QPointF nominalB,
-                               QPointF measuredB) const;
+    // puts them where they belong. Nothing when A and B do not differ in
+    // both directions, when B was measured before A, or when the result would
+    // be out of range: a misread ruler, not a printer.
+    std::optional<printCalibration> corrected(QPointF nominalA, QPointF measuredA, QPointF nominalB,
+                                              QPointF measuredB) const;
 
-    // Settings: Calibration/<printer>/OffsetX, OffsetY (mm), ScaleX, ScaleY
-    // (percent), one group per printer name. A print that goes to no printer
+    // Settings: one group per printer name, Calibration/<printer>, holding
+    // the keys of appSettings::calibrationKey. A print that goes to no printer
     // (an empty name, a PDF file) is never corrected, and nothing is stored
     // for it. Missing, unreadable or out-of-range numbers read as no
     // correction.

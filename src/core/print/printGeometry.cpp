@@ -26,6 +26,16 @@ QSizeF printGeometry::sheetSize() const
     return m_page.fullRect(QPageLayout::Point).size();
 }
 
+QString printGeometry::paperText() const
+{
+    const QSizeF mm = sheetSizeMm();
+    return QStringLiteral("%1 %2 %3 × %4 毫米")
+        .arg(m_page.pageSize().name(),
+             m_page.orientation() == QPageLayout::Landscape ? QStringLiteral("横向") : QStringLiteral("纵向"))
+        .arg(qRound(mm.width()))
+        .arg(qRound(mm.height()));
+}
+
 QRectF printGeometry::marginRect() const
 {
     // Not paintRect(): in full-page mode that is the whole sheet.

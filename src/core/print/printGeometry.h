@@ -27,6 +27,7 @@ class printGeometry
 {
 public:
     static constexpr double unitsPerInch = 96.0;
+    static constexpr double pointsPerMm = 72.0 / 25.4;
     // The right and bottom margins were never part of the page setup.
     static constexpr double rightMarginPt = 40.0;
     static constexpr double bottomMarginPt = 40.0;
@@ -43,6 +44,9 @@ public:
 
     // The sheet's size in points, turned as the page is printed.
     QSizeF sheetSize() const;
+    QSizeF sheetSizeMm() const { return sheetSize() / pointsPerMm; }
+    // The paper as the operator reads it: "A4 横向 297 × 210 毫米".
+    QString paperText() const;
     // The area inside the margins, in points on the sheet: the layout's frame.
     QRectF marginRect() const;
     // Layout units to points on the sheet (margins included, no calibration).

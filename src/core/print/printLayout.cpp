@@ -4,9 +4,7 @@
 #include "leaseSql.h"
 #include "myDatabase.h"
 #include "myTools.h"
-
-#include <QPagedPaintDevice>
-#include <QPainter>
+#include "sqlText.h"
 
 namespace {
 
@@ -136,21 +134,27 @@ QString printLayout::valueOf(const myDatabase &db, const QString &expression, co
         .toString();
 }
 
-void printLayout::setUpPage(QPagedPaintDevice &device) const
+QString printLayout::numberCondition(const QString &number)
 {
-    device.setPageSize(QPageSize(pageSizeOf(paper)));
-    device.setPageOrientation(landscape ? QPageLayout::Landscape : QPageLayout::Portrait);
-    device.setPageMargins(QMarginsF(leftMargin.trimmed().toInt(), topMargin.trimmed().toInt(), 40, 40),
-                          QPageLayout::Point);
+    // Every print item is a statement of its own over the joined view; the
+    // key conditions let each one find the lease row without reading them all.
+    return QStringLiteral(" AND leaseout.登记编号='") + sqlText::escaped(number) + QStringLiteral("' AND ")
+           + leaseSql::numberKey(number);
 }
 
-void printLayout::paint(QPainter &painter, const myDatabase &db, const QString &condition) const
+printGeometry printLayout::geometry() const
 {
+    return printGeometry(pageSizeOf(paper), landscape, leftMargin.trimmed().toInt(), topMargin.trimmed().toInt());
+}
+
+QList<printBox> printLayout::boxes(const myDatabase &db, const QString &condition) const
+{
+    QList<printBox> filled;
     for (const printItem &item : items) {
         const QPoint at = pairOf(item.position);
         const QPoint extent = pairOf(item.size);
-        painter.setFont(item.font);
-        painter.drawText(QRect(at.x(), at.y(), extent.x(), extent.y()), int(alignmentOf(item.alignment)),
-                         converted(valueOf(db, item.expression, condition), item.conversion));
+        filled.append({QRect(at.x(), at.y(), extent.x(), extent.y()), item.font, alignmentOf(item.alignment),
+                       converted(valueOf(db, item.expression, condition), item.conversion)});
     }
+    return filled;
 }

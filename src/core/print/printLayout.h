@@ -1,14 +1,14 @@
 #ifndef PRINTLAYOUT_H
 #define PRINTLAYOUT_H
 
+#include "printPage.h"
+
 #include <QFont>
 #include <QList>
 #include <QPageSize>
 #include <QString>
 #include <QStringList>
 
-class QPagedPaintDevice;
-class QPainter;
 class myDatabase;
 
 // One box on the pre-printed certificate: what to print, in which font, where
@@ -29,9 +29,9 @@ struct printItem {
     static printItem fromSettingsValue(const QString &value);
 };
 
-// The certificate's page setup and items, and the one drawing routine that
-// both the printed registration and the layout editor's test page use. It
-// paints on any paged device; the printer itself is chosen by the caller.
+// The certificate's page setup and items, turned into the page geometry and
+// the filled boxes that the printer, the PDF file and the preview all draw
+// (printPage). The printer itself is chosen by the caller.
 class printLayout
 {
 public:
@@ -50,13 +50,16 @@ public:
     // the rest are numbered from 0 in list order.
     void save() const;
 
-    // Paper, orientation and margins (left and top as stored, right and
-    // bottom 40 points) of the device, before a painter is opened on it.
-    void setUpPage(QPagedPaintDevice &device) const;
-    // Draws every item into its box. Each item's value comes from
+    // Paper, orientation and the left and top margins (trimmed; text that is
+    // not an integer counts 0), without any printer's calibration.
+    printGeometry geometry() const;
+    // Every item as a box with its value. Each value comes from
     // "SELECT <expression> <joined view><condition>"; condition is empty for a
-    // test page or " AND leaseout.登记编号='…'" for one registration.
-    void paint(QPainter &painter, const myDatabase &db, const QString &condition) const;
+    // test page (the first registration the server returns) or
+    // numberCondition() for one registration.
+    QList<printBox> boxes(const myDatabase &db, const QString &condition) const;
+    // The condition that picks one registration by its number, as typed.
+    static QString numberCondition(const QString &number);
 
     // The texts the layout editor offers for alignment and conversion; these
     // are the ones alignmentOf() and converted() recognise.

@@ -41,7 +41,7 @@ void paint(QPainter &painter, const printGeometry &geometry, const QList<printBo
     painter.restore();
 }
 
-bool writePdf(const QString &path, const printGeometry &geometry, const QList<printBox> &boxes, int resolution)
+bool writePdf(const QString &path, const printGeometry &geometry, const drawFunction &draw, int resolution)
 {
     printGeometry uncalibrated = geometry;
     uncalibrated.setCalibration(printCalibration());
@@ -52,8 +52,14 @@ bool writePdf(const QString &path, const printGeometry &geometry, const QList<pr
     QPainter painter;
     if (!painter.begin(&writer))
         return false;
-    paint(painter, uncalibrated, boxes);
+    draw(painter, uncalibrated);
     return painter.end();
+}
+
+bool writePdf(const QString &path, const printGeometry &geometry, const QList<printBox> &boxes, int resolution)
+{
+    return writePdf(
+        path, geometry, [&](QPainter &painter, const printGeometry &used) { paint(painter, used, boxes); }, resolution);
 }
 
 } // namespace printPage

@@ -8,6 +8,8 @@
 #include <QRect>
 #include <QString>
 
+#include <functional>
+
 class QPainter;
 
 // One box of the certificate with the text it shows: position and size in
@@ -35,8 +37,13 @@ void paint(QPainter &painter, const printGeometry &geometry, const QList<printBo
 void drawText(QPainter &painter, const QRectF &rect, const QFont &font, Qt::Alignment alignment,
               const QString &text);
 
-// The page as a PDF file (no printer, so no calibration is applied whatever
-// the geometry holds). False when the file cannot be written.
+// Whatever draws one page, given the geometry it is to use.
+using drawFunction = std::function<void(QPainter &, const printGeometry &)>;
+
+// One page as a PDF file. A file goes to no printer, so no calibration is
+// applied whatever the geometry holds. False when the file cannot be written.
+bool writePdf(const QString &path, const printGeometry &geometry, const drawFunction &draw, int resolution = 1200);
+// The certificate's boxes as a PDF file.
 bool writePdf(const QString &path, const printGeometry &geometry, const QList<printBox> &boxes,
               int resolution = 1200);
 

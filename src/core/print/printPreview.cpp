@@ -1,14 +1,13 @@
 #include "printPreview.h"
 
+#include "appSettings.h"
+
 #include <QImageReader>
 #include <QPainter>
 #include <QSettings>
 #include <QtMath>
 
 namespace {
-
-const QString fileKey = QStringLiteral("Stationery/FileName");
-const QString dpiKey = QStringLiteral("Stationery/Dpi");
 
 const double inchesPerMeter = 1 / 0.0254;
 
@@ -41,20 +40,20 @@ stationeryScan stationeryScan::load(const QString &path, double typedDpi)
 
 QString stationeryScan::fileName(QSettings &settings)
 {
-    return settings.value(fileKey).toString();
+    return appSettings::value(settings, appSettings::key::stationeryFile).toString();
 }
 
 double stationeryScan::typedDpi(QSettings &settings)
 {
     bool ok = false;
-    const double dpi = settings.value(dpiKey).toString().toDouble(&ok);
+    const double dpi = appSettings::value(settings, appSettings::key::stationeryDpi).toString().toDouble(&ok);
     return ok && dpi > 0 ? dpi : 0;
 }
 
 void stationeryScan::remember(QSettings &settings, const QString &fileName, double typedDpi)
 {
-    settings.setValue(fileKey, fileName);
-    settings.setValue(dpiKey, QString::number(typedDpi > 0 ? typedDpi : 0));
+    appSettings::setValue(settings, appSettings::key::stationeryFile, fileName);
+    appSettings::setValue(settings, appSettings::key::stationeryDpi, QString::number(typedDpi > 0 ? typedDpi : 0));
 }
 
 namespace printPreview {

@@ -24,9 +24,9 @@ struct stationeryScan {
     // the file cannot be read as an image.
     static stationeryScan load(const QString &path, double typedDpi = 0);
 
-    // Settings: Stationery/FileName (the scan's path) and Stationery/Dpi (the
-    // typed resolution; 0 or missing: the file's own). A group of its own, as
-    // saving the layout removes the whole PageSetup and PrintItems groups.
+    // The scan the operator chose, remembered in the settings file
+    // (appSettings::key::stationeryFile and stationeryDpi: the typed
+    // resolution, 0 or missing for the file's own).
     static QString fileName(QSettings &settings);
     static double typedDpi(QSettings &settings);
     static void remember(QSettings &settings, const QString &fileName, double typedDpi);

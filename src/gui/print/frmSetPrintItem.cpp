@@ -2,11 +2,14 @@
 
 #include "desktopFit.h"
 #include "formHost.h"
+#include "frmPrintCalibration.h"
+#include "frmPrintPreview.h"
 #include "myDelegate.h"
 #include "myTools.h"
 #include "objPrint.h"
 
 #include <QButtonGroup>
+#include <QDir>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHeaderView>
@@ -14,6 +17,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTableWidget>
@@ -21,6 +26,14 @@
 
 namespace {
 const int tableRows = 1000;
+
+// Brings a form this editor opened earlier back to the front.
+void bringForward(QWidget *form)
+{
+    if (auto *sub = qobject_cast<QMdiSubWindow *>(form->parentWidget()); sub && sub->mdiArea())
+        sub->mdiArea()->setActiveSubWindow(sub);
+    form->setFocus();
+}
 } // namespace
 
 frmSetPrintItem::frmSetPrintItem(formHost *host, QWidget *parent)
@@ -84,6 +97,10 @@ frmSetPrintItem::frmSetPrintItem(formHost *host, QWidget *parent)
     auto *clear = new QPushButton(QStringLiteral("清空(&C)"));
     auto *print = new QPushButton(QStringLiteral("测试打印(&P)"));
     print->setToolTip(QStringLiteral("根据表格中的设置进行测试打印，请注意保存。"));
+    auto *preview = new QPushButton(QStringLiteral("预览(&V)"));
+    preview->setToolTip(QStringLiteral("按表格中的设置显示打印效果（不必先保存），可以叠在空白证书的扫描图上，也可以另存为 PDF。"));
+    auto *calibrate = new QPushButton(QStringLiteral("打印机校准(&K)"));
+    calibrate->setToolTip(QStringLiteral("打印校准页，按量得的偏差校正这台打印机打印的位置和大小。"));
     auto *read = new QPushButton(QStringLiteral("刷新"));
     read->setToolTip(QStringLiteral("重新读取当前设置"));
     auto *exit = new QPushButton(QStringLiteral("退出(&E)"));
@@ -93,8 +110,12 @@ frmSetPrintItem::frmSetPrintItem(formHost *host, QWidget *parent)
     side->addWidget(lstField, 1);
     side->addWidget(page);
     side->addSpacing(8);
-    for (QPushButton *button : {m_save, clear, print, read, exit})
-        side->addWidget(button);
+    // Two buttons a row leave the field list its room.
+    auto *buttons = new QGridLayout;
+    const QList<QPushButton *> order{m_save, clear, print, preview, calibrate, read, exit};
+    for (int i = 0; i < order.size(); ++i)
+        buttons->addWidget(order[i], i / 2, i % 2);
+    side->addLayout(buttons);
 
     auto *layout = new QHBoxLayout(this);
     layout->addLayout(side);
@@ -105,11 +126,21 @@ frmSetPrintItem::frmSetPrintItem(formHost *host, QWidget *parent)
     connect(m_save, &QPushButton::clicked, this, &frmSetPrintItem::btSaveClicked);
     connect(clear, &QPushButton::clicked, this, &frmSetPrintItem::btClearClicked);
     connect(print, &QPushButton::clicked, this, &frmSetPrintItem::btPrintClicked);
+    connect(preview, &QPushButton::clicked, this, &frmSetPrintItem::btPreviewClicked);
+    connect(calibrate, &QPushButton::clicked, this, &frmSetPrintItem::btCalibrateClicked);
     connect(read, &QPushButton::clicked, this, &frmSetPrintItem::btReadClicked);
     connect(exit, &QPushButton::clicked, this, &frmSetPrintItem::btExitClicked);
     connect(tableWid, &QTableWidget::itemChanged, this, &frmSetPrintItem::tableWidEdited);
     connect(this, &frmSetPrintItem::myEditingSignal, this, &frmSetPrintItem::myEditingChanged);
     m_save->setEnabled(false);
+    // A burst of edits (a typed margin, a pasted row) redraws the preview once.
+    m_editsShown.setSingleShot(true);
+    m_editsShown.setInterval(300);
+    connect(&m_editsShown, &QTimer::timeout, this, &frmSetPrintItem::showEdits);
+    connect(tableWid, &QTableWidget::itemChanged, this, &frmSetPrintItem::layoutEdited);
+    for (QLineEdit *edit : {m_paper, m_left, m_top})
+        connect(edit, &QLineEdit::textChanged, this, &frmSetPrintItem::layoutEdited);
+    connect(m_landscape, &QRadioButton::toggled, this, &frmSetPrintItem::layoutEdited);
 
     m_delegate = new myDelegate(tableWid, this);
     tableWid->setItemDelegate(m_delegate);
@@ -163,16 +194,67 @@ void frmSetPrintItem::btClearClicked()
     tableWid->setRowCount(tableRows);
 }
 
-void frmSetPrintItem::btPrintClicked()
+printLayout frmSetPrintItem::printedLayout() const
 {
     printLayout layout = currentLayout();
-    // An emptied margin edit prints with the usual margin rather than none.
     for (QString *margin : {&layout.leftMargin, &layout.topMargin}) {
         if (margin->isEmpty())
             *margin = printLayout::defaultMargin();
     }
-    if (objPrint::print(layout, m_host->database(), QString()))
+    return layout;
+}
+
+void frmSetPrintItem::btPrintClicked()
+{
+    QString saved;
+    switch (objPrint::print(printedLayout(), m_host->database(), QString(),
+                            printerOutput::pdfFileName(QStringLiteral("测试打印")), &saved)) {
+    case printerOutput::outcome::printed:
         m_host->showStatus(QStringLiteral("打印完成。"), 2000);
+        break;
+    case printerOutput::outcome::savedAsPdf:
+        m_host->showStatus(QStringLiteral("已另存为 ") + QDir::toNativeSeparators(saved), 3000);
+        break;
+    case printerOutput::outcome::nothing:
+        break;
+    }
+}
+
+void frmSetPrintItem::btPreviewClicked()
+{
+    if (m_preview) {
+        m_preview->setPrintLayout(printedLayout());
+        bringForward(m_preview);
+        return;
+    }
+    m_preview = new frmPrintPreview(m_host, printedLayout());
+    m_host->openForm(m_preview);
+}
+
+void frmSetPrintItem::btCalibrateClicked()
+{
+    if (m_calibration) {
+        m_calibration->setPage(printedLayout().geometry());
+        bringForward(m_calibration);
+        return;
+    }
+    m_calibration = new frmPrintCalibration(m_host, printedLayout().geometry());
+    m_host->openForm(m_calibration);
+}
+
+void frmSetPrintItem::layoutEdited()
+{
+    if (m_preview || m_calibration)
+        m_editsShown.start();
+}
+
+void frmSetPrintItem::showEdits()
+{
+    const printLayout layout = printedLayout();
+    if (m_preview)
+        m_preview->setPrintLayout(layout);
+    if (m_calibration)
+        m_calibration->setPage(layout.geometry());
 }
 
 void frmSetPrintItem::btReadClicked()

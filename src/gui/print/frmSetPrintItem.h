@@ -1,8 +1,12 @@
 #ifndef FRMSETPRINTITEM_H
 #define FRMSETPRINTITEM_H
 
+#include <QPointer>
+#include <QTimer>
 #include <QWidget>
 
+#include "frmPrintCalibration.h"
+#include "frmPrintPreview.h"
 #include "printLayout.h"
 
 class QLineEdit;
@@ -14,7 +18,8 @@ class formHost;
 class myDelegate;
 
 // Editor of the certificate's print layout (打印项目控制): one table row per
-// printed box, the page setup, and a test page of the unsaved contents.
+// printed box, the page setup, a test page and a preview of the unsaved
+// contents, and the printers' calibration.
 class frmSetPrintItem : public QWidget
 {
     Q_OBJECT
@@ -24,6 +29,9 @@ public:
 
     // What the table and page setup hold now, rows without an expression left out.
     printLayout currentLayout() const;
+    // The same as the test page prints it: an emptied margin edit prints
+    // with the usual margin rather than none.
+    printLayout printedLayout() const;
 
     QListWidget *fieldList() const { return lstField; }
     QTableWidget *table() const { return tableWid; }
@@ -33,6 +41,9 @@ public:
     QLineEdit *leftEdit() const { return m_left; }
     QLineEdit *topEdit() const { return m_top; }
     QPushButton *saveButton() const { return m_save; }
+    // The preview and calibration forms this editor opened, while they are open.
+    frmPrintPreview *preview() const { return m_preview; }
+    frmPrintCalibration *calibration() const { return m_calibration; }
 
 signals:
     void myEditingSignal(bool editing);
@@ -41,12 +52,18 @@ public slots:
     void btSaveClicked();
     void btClearClicked();
     void btPrintClicked();
+    void btPreviewClicked();
+    void btCalibrateClicked();
     void btReadClicked();
     void btExitClicked();
     void tableWidEdited();
     void myEditingChanged(bool editing);
 
 private:
+    // The preview and the calibration form follow the edits while open.
+    void layoutEdited();
+    void showEdits();
+
     formHost *m_host;
     QListWidget *lstField;
     QTableWidget *tableWid;
@@ -57,6 +74,9 @@ private:
     QLineEdit *m_left;
     QLineEdit *m_top;
     QPushButton *m_save;
+    QPointer<frmPrintPreview> m_preview;
+    QPointer<frmPrintCalibration> m_calibration;
+    QTimer m_editsShown;
 };
 
 #endif

@@ -1,15 +1,10 @@
 #include "objPrint.h"
 
-#include "leaseSql.h"
 #include "printLayout.h"
 
 #include <QMessageBox>
-#include <QPainter>
-#include <QPrinter>
 
 namespace {
-QString s_pdfOutputForTests;
-
 void showError(const QString &text) { QMessageBox::critical(nullptr, QStringLiteral("错误"), text, QMessageBox::Ok); }
 } // namespace
 
@@ -18,7 +13,10 @@ objPrint::objPrint(const myDatabase &db, QObject *parent)
 {
 }
 
-void objPrint::setPdfOutputForTests(const QString &path) { s_pdfOutputForTests = path; }
+void objPrint::setPdfOutputForTests(const QString &path, int resolution)
+{
+    printerOutput::setPdfOutputForTests(path, resolution);
+}
 
 bool objPrint::printRecord()
 {
@@ -32,29 +30,16 @@ bool objPrint::printRecord()
         showError(QStringLiteral("需要打印的编号不正确"));
         return false;
     }
-    // Every print item is a statement of its own over the joined view; the
-    // key conditions let each one find the lease row without reading them all.
-    return print(printLayout::load(), m_db,
-                 QStringLiteral(" AND leaseout.登记编号='") + m_number + QStringLiteral("' AND ")
-                     + leaseSql::numberKey(m_number));
+    return print(printLayout::load(), m_db, printLayout::numberCondition(m_number),
+                 printerOutput::pdfFileName(m_number))
+           != printerOutput::outcome::nothing;
 }
 
-bool objPrint::print(const printLayout &layout, const myDatabase &db, const QString &condition)
+printerOutput::outcome objPrint::print(const printLayout &layout, const myDatabase &db, const QString &condition,
+                                       const QString &suggestedFileName, QString *savedPath)
 {
-    // Screen resolution: the operator measured the boxes in screen pixels,
-    // and one device unit must stay one of those on every printer.
-    QPrinter printer(QPrinter::ScreenResolution);
-    if (!s_pdfOutputForTests.isEmpty()) {
-        printer.setOutputFormat(QPrinter::PdfFormat);
-        printer.setOutputFileName(s_pdfOutputForTests);
-    }
-    layout.setUpPage(printer);
-
-    QPainter painter;
-    if (!painter.begin(&printer)) {
-        showError(QStringLiteral("无法打印：没有可用的打印机。请先在系统中安装打印机并设为默认打印机。"));
-        return false;
-    }
-    layout.paint(painter, db, condition);
-    return painter.end();
+    const QList<printBox> boxes = layout.boxes(db, condition);
+    return printerOutput::printOrOfferPdf(
+        layout.geometry(), [&](QPainter &painter, const printGeometry &g) { printPage::paint(painter, g, boxes); },
+        suggestedFileName, savedPath);
 }

@@ -2,6 +2,7 @@
 #define OBJPRINT_H
 
 #include "myDatabase.h"
+#include "printerOutput.h"
 
 #include <QObject>
 #include <QString>
@@ -16,18 +17,23 @@ class objPrint : public QObject
 public:
     explicit objPrint(const myDatabase &db, QObject *parent = nullptr);
     void setPrintNumber(const QString &number) { m_number = number; }
-    // False when nothing was printed: the number was refused or no printer
-    // could be opened. The operator has already been told why.
+    // False when nothing was printed: the number was refused, or no printer
+    // could be opened and the page was not saved as a PDF file instead. The
+    // operator has already been told why.
     bool printRecord();
 
-    // One page of the layout on the default printer; condition as for
-    // printLayout::paint. False, after telling the operator, when the
-    // printer cannot be opened. The layout editor's test page uses it too.
-    static bool print(const printLayout &layout, const myDatabase &db, const QString &condition);
+    // One page of the layout on the default printer (with that printer's
+    // calibration); condition as for printLayout::boxes. Every value is
+    // fetched before the printer is touched, so a page saved as a PDF file
+    // when no printer answers shows the same values without asking the
+    // server again. The layout editor's test page uses it too.
+    static printerOutput::outcome print(const printLayout &layout, const myDatabase &db, const QString &condition,
+                                        const QString &suggestedFileName, QString *savedPath = nullptr);
 
-    // Tests only: send pages to this PDF file instead of the printer. An empty
-    // path restores the printer.
-    static void setPdfOutputForTests(const QString &path);
+    // Tests only: send pages to this PDF file instead of the printer, at this
+    // resolution (0: the PDF printer's default). An empty path restores the
+    // printer.
+    static void setPdfOutputForTests(const QString &path, int resolution = 0);
 
 private:
     myDatabase m_db;
