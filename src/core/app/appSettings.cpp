@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QTemporaryDir>
 
 namespace appSettings {
 
@@ -55,8 +56,16 @@ QString setAsideIfUnreadable()
     if (!QFile::exists(file))
         return QString();
     {
-        QSettings probe(file, QSettings::IniFormat);
+        // Read from a copy under a name of its own: QSettings keeps what it
+        // parsed of a file for the whole process, and would judge the file as
+        // it was then.
+        QTemporaryDir scratch;
+        const QString copy = scratch.filePath(QStringLiteral("probe.ini"));
+        if (!scratch.isValid() || !QFile::copy(file, copy))
+            return QString();
+        QSettings probe(copy, QSettings::IniFormat);
         probe.setIniCodec(gbText::codec());
+        probe.allKeys(); // the file is parsed, and its status known, only when read
         if (probe.status() != QSettings::FormatError)
             return QString();
     }

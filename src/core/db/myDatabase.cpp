@@ -3,10 +3,23 @@
 #include "operationLog.h"
 #include "reporter.h"
 
+#include <QMutex>
 #include <QObject>
+#include <QSet>
 
 namespace {
 const QString driver = QStringLiteral("QMYSQL");
+
+// Connections whose server went away and could not be reached again yet:
+// they are closed, but not on purpose, so the next statement tries again.
+QSet<QString> s_lost;
+QMutex s_lostLock;
+
+bool isLost(const QString &name)
+{
+    QMutexLocker guard(&s_lostLock);
+    return s_lost.contains(name);
+}
 } // namespace
 
 myDatabase::myDatabase(const QString &connectionName)
@@ -18,6 +31,10 @@ QSqlDatabase myDatabase::connection() const { return QSqlDatabase::database(m_na
 
 void myDatabase::setAccount(const account &a)
 {
+    {
+        QMutexLocker guard(&s_lostLock);
+        s_lost.remove(m_name);
+    }
     {
         QSqlDatabase old = connection();
         if (old.isValid())
@@ -68,17 +85,24 @@ bool myDatabase::open(QSqlError *error)
 
 bool myDatabase::reconnect() const
 {
-    // Only a connection that was open: one closed on purpose (before the
-    // login, or between the first-run check and the business database)
-    // stays closed.
+    // Only a connection that was open, or lost: one closed on purpose
+    // (before the login, or between the first-run check and the business
+    // database) stays closed.
     QSqlDatabase db = connection();
-    if (!db.isOpen())
+    if (!db.isOpen() && !isLost(m_name))
         return false;
     db.close();
-    if (!db.open())
-        return false;
-    startSession();
-    return true;
+    const bool opened = db.open();
+    {
+        QMutexLocker guard(&s_lostLock);
+        if (opened)
+            s_lost.remove(m_name);
+        else
+            s_lost.insert(m_name);
+    }
+    if (opened)
+        startSession();
+    return opened;
 }
 
 void myDatabase::startSession() const
@@ -125,6 +149,10 @@ bool myDatabase::isOpen() const { return connection().isOpen(); }
 
 void myDatabase::close()
 {
+    {
+        QMutexLocker guard(&s_lostLock);
+        s_lost.remove(m_name);
+    }
     QSqlDatabase db = connection();
     db.close();
 }
@@ -162,6 +190,8 @@ bool neverArrived(const QSqlError &error) { return error.nativeErrorCode() == QL
 
 QSqlQuery myDatabase::select(const QString &sql, QSqlError *error, bool forwardOnly) const
 {
+    if (isLost(m_name))
+        reconnect();
     QSqlQuery q = query();
     q.setForwardOnly(forwardOnly);
     if (q.exec(sql))
@@ -181,6 +211,8 @@ QSqlQuery myDatabase::select(const QString &sql, QSqlError *error, bool forwardO
 
 bool myDatabase::exec(const QString &sql, QSqlError *error) const
 {
+    if (isLost(m_name))
+        reconnect();
     QSqlQuery q = query();
     if (q.exec(sql))
         return true;
@@ -209,7 +241,7 @@ QVariant myDatabase::scalar(const QString &sql, QSqlError *error) const
 
 bool myDatabase::ensureConnected(QSqlError *error) const
 {
-    if (!isOpen()) {
+    if (!isOpen() && !isLost(m_name)) {
         if (error)
             *error = QSqlError(QString(), QObject::tr("Driver not loaded"), QSqlError::ConnectionError);
         return false;
@@ -219,6 +251,8 @@ bool myDatabase::ensureConnected(QSqlError *error) const
 
 bool myDatabase::runInTransaction(const QStringList &statements, QSqlError *error)
 {
+    if (isLost(m_name))
+        reconnect();
     QSqlDatabase db = connection();
     // Nothing of the save has run when its start fails: after a restart of
     // the server the save goes through on the new connection.

@@ -319,7 +319,8 @@ void mainWindow::checkRegion()
                                             "请主管登录本机设置。"));
         return;
     }
-    frmSetRegion dialog(m_region, m_company, this);
+    // The default 000000 stands in for a missing code; it is not offered.
+    frmSetRegion dialog(appSettings::hasRegion() ? m_region : QString(), m_company, this);
     if (dialog.exec() != QDialog::Accepted)
         return;
     {
