@@ -32,6 +32,28 @@ QString writeScan(const QString &path, const QSizeF &sheetPt, const QList<QRectF
     return path;
 }
 
+QPointF calibrated(const printCalibration &c, const QPointF &p)
+{
+    return QPointF(c.offsetXmm * mm + c.scaleXpercent / 100 * p.x(), c.offsetYmm * mm + c.scaleYpercent / 100 * p.y());
+}
+
+QRectF calibrated(const printCalibration &c, const QRectF &r)
+{
+    return QRectF(calibrated(c, r.topLeft()), calibrated(c, r.bottomRight()));
+}
+
+void checkMoved(const pdfText::page &page, const pdfText::page &reference, const QStringList &texts,
+                double tolerance, const printCalibration &c)
+{
+    for (const QString &text : texts) {
+        const QRectF is = pdfText::find(page, text), was = calibrated(c, pdfText::find(reference, text));
+        QVERIFY2(!is.isNull() && !was.isNull(), qPrintable(text + " missing"));
+        for (double d : {is.left() - was.left(), is.top() - was.top(), is.right() - was.right(),
+                         is.bottom() - was.bottom()})
+            QVERIFY2(qAbs(d) <= tolerance, qPrintable(QString("%1 is %2 pt off").arg(text).arg(d)));
+    }
+}
+
 bool dark(QRgb p) { return qRed(p) < 110 && qGreen(p) < 110 && qBlue(p) < 110; }
 
 QVector<int> inkInside(const QImage &image, const QList<QRect> &boxes, int *outside)

@@ -126,6 +126,18 @@ QString settingsPath() { return appSettings::path(); }
 
 void removeSettingsFile() { QFile::remove(settingsPath()); }
 
+bool writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 bool connectAsRoot(const QString &database)
 {
     myDatabase db;

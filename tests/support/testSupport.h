@@ -53,6 +53,11 @@ int serverPort();
 QString settingsPath();
 void removeSettingsFile();
 
+// A whole file's bytes, written (false when it cannot be) or read (empty
+// when it cannot be).
+bool writeFile(const QString &path, const QByteArray &content);
+QByteArray readFile(const QString &path);
+
 // Opens the default connection as root on the given database.
 bool connectAsRoot(const QString &database = QStringLiteral("mysql"));
 
