@@ -22,8 +22,11 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
+using testSupport::databaseState;
 using testSupport::exec;
+using testSupport::readFile;
 using testSupport::scalar;
+using testSupport::writeFile;
 
 namespace {
 
@@ -50,25 +53,6 @@ void fill(int count, int year)
                                 "CONCAT('登记备案', seq) FROM seq_1_to_20")));
 }
 
-// Everything a restore must bring back: the rows of all five tables, the
-// columns, the keys and the triggers.
-QString state()
-{
-    QStringList parts;
-    QSqlQuery q(QStringLiteral("CHECKSUM TABLE lease, leaseout, leasein, leasehouse, log"));
-    while (q.next())
-        parts << q.value(1).toString();
-    parts << scalar(QStringLiteral("SELECT GROUP_CONCAT(TABLE_NAME,'.',COLUMN_NAME,' ',COLUMN_TYPE,' ',EXTRA "
-                                   "ORDER BY TABLE_NAME, ORDINAL_POSITION) FROM information_schema.COLUMNS "
-                                   "WHERE TABLE_SCHEMA='zelnor'")).toString();
-    parts << scalar(QStringLiteral("SELECT GROUP_CONCAT(TABLE_NAME,'.',INDEX_NAME,'.',NON_UNIQUE,'.',COLUMN_NAME "
-                                   "ORDER BY TABLE_NAME, INDEX_NAME, SEQ_IN_INDEX) FROM information_schema.STATISTICS "
-                                   "WHERE TABLE_SCHEMA='zelnor'")).toString();
-    parts << scalar(QStringLiteral("SELECT GROUP_CONCAT(TRIGGER_NAME,':',ACTION_STATEMENT ORDER BY TRIGGER_NAME) "
-                                   "FROM information_schema.TRIGGERS WHERE TRIGGER_SCHEMA='zelnor'")).toString();
-    return parts.join(QLatin1Char('\n'));
-}
-
 // The triggers and the lease and log keys of a database, for comparing one
 // repaired with one made from the template.
 QString schemaOf(const QString &database)
@@ -91,18 +75,6 @@ QString modeOf(const QString &path)
 {
     struct stat info;
     return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? QString::number(info.st_mode & 0777, 8) : QString();
-}
-
-QByteArray readAll(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
 }
 
 QByteArray compressed(const QByteArray &plain)
@@ -164,7 +136,7 @@ class tst_backupEngine : public QObject
         auto engine = engineFor(rootSession());
         if (!run(*engine, [&] { return engine->startBackup(path); }) || !engine->succeeded())
             qWarning("backup failed: %s", qPrintable(engine->message()));
-        return readAll(path);
+        return readFile(path);
     }
 
 private slots:
@@ -208,14 +180,14 @@ private slots:
         QVERIFY(exec("ALTER TABLE leasehouse ADD 朝向 enum('南','北') DEFAULT '南'"));
         const session s = password.isNull() ? rootSession() : operatorSession(password);
         auto engine = engineFor(s);
-        const QString before = state();
+        const QString before = databaseState();
         const QString path = m_dir.filePath(file);
         QVERIFY(writeFile(path, QByteArray("an older backup, longer than nothing")));
 
         QVERIFY(run(*engine, [&] { return engine->startBackup(path); }));
         QVERIFY2(engine->succeeded(), qPrintable(engine->message()));
         QCOMPARE(modeOf(path), QString("600"));
-        QByteArray content = readAll(path);
+        QByteArray content = readFile(path);
         if (!file.endsWith(".sql")) {
             // Exactly what qCompress writes: qUncompress reads it.
             const QByteArray plain = qUncompress(content);
@@ -229,12 +201,12 @@ private slots:
         QVERIFY(exec("DELETE FROM lease WHERE 编号 < 100"));
         QVERIFY(exec("UPDATE leaseout SET 出方电话='999' WHERE 登记编号='370102202500200'"));
         QVERIFY(exec("ALTER TABLE leasein ADD 工作单位 char(30)"));
-        const QString changed = state();
+        const QString changed = databaseState();
         QVERIFY(changed != before);
 
         QVERIFY(run(*engine, [&] { return engine->startRestore(path); }));
         QVERIFY2(engine->succeeded(), qPrintable(engine->message()));
-        QCOMPARE(state(), before);
+        QCOMPARE(databaseState(), before);
         QCOMPARE(engine->repaired(), QStringList());
         QCOMPARE(engine->warning(), QString());
 
@@ -245,7 +217,7 @@ private slots:
         QCOMPARE(modeOf(automatic), QString("600"));
         QVERIFY(run(*engine, [&] { return engine->startRestore(automatic); }));
         QVERIFY2(engine->succeeded(), qPrintable(engine->message()));
-        QCOMPARE(state(), changed);
+        QCOMPARE(databaseState(), changed);
     }
 
     // Nothing is touched, and no automatic backup is needed, when the file is
@@ -296,12 +268,12 @@ private slots:
         QVERIFY(writeFile(path, content));
 
         QVERIFY(exec("DELETE FROM lease WHERE 编号 < 50"));
-        const QString before = state();
+        const QString before = databaseState();
         auto engine = engineFor(rootSession());
         QVERIFY(run(*engine, [&] { return engine->startRestore(path); }));
         QVERIFY(!engine->succeeded());
         QCOMPARE(engine->message(), "备份文件“" + path + "”" + problem + "，数据没有恢复。");
-        QCOMPARE(state(), before);
+        QCOMPARE(databaseState(), before);
         QCOMPARE(backupEngine::automaticBackups(m_automatic), QStringList());
     }
 
@@ -376,7 +348,7 @@ private slots:
         const bool finished = run(*engine, [&] { return engine->startBackup(path); });
         setrlimit(RLIMIT_FSIZE, &oldLimit);
         qputenv("PATH", path0);
-        const QByteArray after = readAll(path);
+        const QByteArray after = readFile(path);
         const QStringList files = QDir(folder).entryList(QDir::Files | QDir::Hidden);
         if (mounted)
             ::umount2(QFile::encodeName(folder).constData(), MNT_DETACH);
@@ -424,13 +396,13 @@ private slots:
         // On the job's thread, while the tool runs: mysqldump waits for its
         // full pipe to be read, mysql for its input.
         connect(engine.get(), &backupEngine::toolStarted, engine.get(), [&](qint64 pid, const QString &program) {
-            seen tool{program, readAll(QStringLiteral("/proc/%1/cmdline").arg(pid)), {}, {}, {}, {}};
+            seen tool{program, readFile(QStringLiteral("/proc/%1/cmdline").arg(pid)), {}, {}, {}, {}};
             for (const QByteArray &arg : tool.commandLine.split('\0'))
                 if (arg.startsWith("--defaults-extra-file="))
                     tool.optionFile = QString::fromUtf8(arg.mid(int(strlen("--defaults-extra-file="))));
             tool.fileMode = modeOf(tool.optionFile);
             tool.folderMode = modeOf(QFileInfo(tool.optionFile).absolutePath());
-            tool.options = readAll(tool.optionFile);
+            tool.options = readFile(tool.optionFile);
             started << tool;
         }, Qt::DirectConnection);
         QVERIFY(run(*engine, [&] { return restore ? engine->startRestore(path) : engine->startBackup(path); }));
@@ -485,7 +457,7 @@ private slots:
         auto engine = engineFor(rootSession());
         QVERIFY(run(*engine, [&] { return engine->startBackup(path); }) && engine->succeeded());
         QVERIFY(exec("DELETE FROM lease WHERE 编号 < 100"));
-        const QString before = state();
+        const QString before = databaseState();
 
         // Each stage as entered, + where it can still be cancelled, - where not.
         QStringList seen;
@@ -500,7 +472,7 @@ private slots:
         }));
         QCOMPARE(seen.join(' '), stages);
         QCOMPARE(engine->succeeded(), ok);
-        QCOMPARE(state() != before, changed);
+        QCOMPARE(databaseState() != before, changed);
         QVERIFY(!engine->isRunning() && !engine->canCancel());
         // A job that stopped before it made its automatic backup left none.
         QCOMPARE(backupEngine::automaticBackups(m_automatic).size(), ok ? 1 : 0);
@@ -517,7 +489,7 @@ private slots:
         const QString path = m_dir.filePath("bad.sql");
         QVERIFY(writeFile(path, dump));
         QVERIFY(exec("DELETE FROM lease WHERE 编号 < 100"));
-        const QString before = state();
+        const QString before = databaseState();
         auto engine = engineFor(rootSession());
         QVERIFY(run(*engine, [&] { return engine->startRestore(path); }));
         QVERIFY(!engine->succeeded());
@@ -527,10 +499,10 @@ private slots:
                                     "自动备份到“" + QRegularExpression::escape(automatic) + "”，可以用它恢复原来的数据。$")
                      .match(engine->message()).hasMatch(),
                  qPrintable(engine->message()));
-        QVERIFY(state() != before);
+        QVERIFY(databaseState() != before);
         QVERIFY(run(*engine, [&] { return engine->startRestore(automatic); }));
         QVERIFY2(engine->succeeded(), qPrintable(engine->message()));
-        QCOMPARE(state(), before);
+        QCOMPARE(databaseState(), before);
     }
 
     void clearing_data()
@@ -550,7 +522,7 @@ private slots:
         fill(400, 2025);
         QString problem;
         QCOMPARE(backupEngine::clearingCount(myDatabase(), before, &problem), qint64(removed));
-        const QString original = state();
+        const QString original = databaseState();
         auto engine = engineFor(rootSession());
         QVERIFY(run(*engine, [&] { return engine->startClearing(before, "周主管"); }));
         QVERIFY2(engine->succeeded(), qPrintable(engine->message()));
@@ -565,7 +537,7 @@ private slots:
 
         QVERIFY(run(*engine, [&] { return engine->startRestore(automatic); }));
         QVERIFY2(engine->succeeded(), qPrintable(engine->message()));
-        QCOMPARE(state(), original);
+        QCOMPARE(databaseState(), original);
     }
 
     // The newest ten automatic backups stay, other files are left alone, and
@@ -635,7 +607,7 @@ private slots:
         QFETCH(QByteArray, to);
         QFETCH(QStringList, repaired);
         QFETCH(QString, warning);
-        QByteArray dump = readAll(oldDump);
+        QByteArray dump = readFile(oldDump);
         QVERIFY(dump.contains("\r\n") && dump.contains("5.5.62"));
         if (!from.isEmpty()) {
             QVERIFY(dump.contains(from));

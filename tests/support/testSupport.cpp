@@ -229,6 +229,23 @@ QString registration(const QString &number, const QString &columns)
         .toString();
 }
 
+QString databaseState()
+{
+    QStringList parts;
+    QSqlQuery q(QStringLiteral("CHECKSUM TABLE lease, leaseout, leasein, leasehouse, log"));
+    while (q.next())
+        parts << q.value(1).toString();
+    parts << scalar(QStringLiteral("SELECT GROUP_CONCAT(TABLE_NAME,'.',COLUMN_NAME,' ',COLUMN_TYPE,' ',EXTRA "
+                                   "ORDER BY TABLE_NAME, ORDINAL_POSITION) FROM information_schema.COLUMNS "
+                                   "WHERE TABLE_SCHEMA='zelnor'")).toString();
+    parts << scalar(QStringLiteral("SELECT GROUP_CONCAT(TABLE_NAME,'.',INDEX_NAME,'.',NON_UNIQUE,'.',COLUMN_NAME "
+                                   "ORDER BY TABLE_NAME, INDEX_NAME, SEQ_IN_INDEX) FROM information_schema.STATISTICS "
+                                   "WHERE TABLE_SCHEMA='zelnor'")).toString();
+    parts << scalar(QStringLiteral("SELECT GROUP_CONCAT(TRIGGER_NAME,':',ACTION_STATEMENT ORDER BY TRIGGER_NAME) "
+                                   "FROM information_schema.TRIGGERS WHERE TRIGGER_SCHEMA='zelnor'")).toString();
+    return parts.join(QLatin1Char('\n'));
+}
+
 QString tableCounts()
 {
     QStringList counts;

@@ -94,6 +94,9 @@ void insertLease(const leaseRow &row);
 // The given columns of one registration over its four tables, joined by "|"
 // (CONCAT_WS: NULLs left out); empty when one of its rows is missing.
 QString registration(const QString &number, const QString &columns);
+// Everything a restore must bring back, to compare two moments: the rows of
+// all five tables, the columns, the keys and the triggers.
+QString databaseState();
 // The rows of lease, leaseout, leasein, leasehouse and log, as "n/n/n/n/n".
 QString tableCounts();
 
