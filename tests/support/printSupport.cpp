@@ -11,6 +11,12 @@
 #include <QtMath>
 #include <QtTest>
 
+char *toString(const printCalibration &c)
+{
+    return qstrdup(qPrintable(QString("offset %1,%2 mm, scale %3%,%4%")
+                                  .arg(c.offsetXmm).arg(c.offsetYmm).arg(c.scaleXpercent).arg(c.scaleYpercent)));
+}
+
 namespace printSupport {
 
 QString writeScan(const QString &path, const QSizeF &sheetPt, const QList<QRectF> &boxesPt, double dpi,

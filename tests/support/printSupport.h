@@ -12,6 +12,9 @@
 #include <QSizeF>
 #include <QString>
 
+Q_DECLARE_METATYPE(printCalibration)
+char *toString(const printCalibration &c); // for Qt Test's messages
+
 namespace printSupport {
 
 // A scan of blank stationery: one pale box with a green frame where each
