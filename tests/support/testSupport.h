@@ -16,6 +16,7 @@
 
 class QTableWidget;
 class mainWindow;
+class myDatabase;
 class QProcess;
 
 // Shared helpers for the test programs. Database tests run against the real
@@ -136,6 +137,20 @@ QStringList enabledActions(const QMainWindow *window, bool usable = true);
 QStringList logRows();
 // The header line, then one line per row, cells joined by "|".
 QStringList tableLines(const QTableWidget *table);
+
+// What one connection sends to the server while this lives, from the
+// server's general log, switched on and read through a root connection of
+// its own.
+class statementLog
+{
+public:
+    explicit statementLog(const myDatabase &watched);
+    ~statementLog();
+    QStringList statements() const;
+
+private:
+    qlonglong m_thread;
+};
 
 } // namespace testSupport
 
