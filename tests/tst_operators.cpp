@@ -48,23 +48,10 @@ int loginLevel(const QString &name, const QString &password)
     return std::unique_ptr<mainWindow>(testSupport::login(name, password))->level();
 }
 
-// The test's own root connection: the default one belongs to whoever is
-// logged in.
-myDatabase rootSide()
-{
-    myDatabase db(QStringLiteral("rootSide"));
-    if (!db.isOpen()) {
-        db.setAccount({QStringLiteral("localhost"), QStringLiteral("root"), QString(), QStringLiteral("mysql")});
-        if (!db.open())
-            qFatal("no root connection of the test's own");
-    }
-    return db;
-}
-
 bool rootExec(const QString &sql)
 {
     QSqlError error;
-    if (rootSide().exec(sql, &error))
+    if (testSupport::rootConnection().exec(sql, &error))
         return true;
     qWarning("%s: %s", qPrintable(sql), qPrintable(error.text()));
     return false;
@@ -74,7 +61,7 @@ bool rootExec(const QString &sql)
 // its password hash left out, sorted.
 QStringList grantsOf(const QString &account)
 {
-    QSqlQuery query = rootSide().query();
+    QSqlQuery query = testSupport::rootConnection().query();
     query.exec(QStringLiteral("SHOW GRANTS FOR '%1'@'%'").arg(account));
     QStringList lines;
     while (query.next())
@@ -87,13 +74,13 @@ QStringList grantsOf(const QString &account)
 
 QString passwordHash(const QString &account)
 {
-    return rootSide().scalar(QStringLiteral("SELECT GROUP_CONCAT(Host,Password) FROM mysql.user WHERE User='%1'")
+    return testSupport::rootConnection().scalar(QStringLiteral("SELECT GROUP_CONCAT(Host,Password) FROM mysql.user WHERE User='%1'")
                                  .arg(account)).toString();
 }
 
 int logCount(const QString &description)
 {
-    return rootSide().scalar("SELECT COUNT(*) FROM zelnor.log WHERE 描述=" + sqlText::quoted(description)).toInt();
+    return testSupport::rootConnection().scalar("SELECT COUNT(*) FROM zelnor.log WHERE 描述=" + sqlText::quoted(description)).toInt();
 }
 
 // Picks the operator's line (or the first, when the list has none of his),
@@ -356,7 +343,7 @@ private slots:
         } else if (level == "浏览") {
             // His login and exit are logged with his own account.
             window->close();
-            QCOMPARE(rootSide().scalar("SELECT GROUP_CONCAT(描述) FROM zelnor.log WHERE 用户=" + sqlText::quoted(name))
+            QCOMPARE(testSupport::rootConnection().scalar("SELECT GROUP_CONCAT(描述) FROM zelnor.log WHERE 用户=" + sqlText::quoted(name))
                          .toString(),
                      QString("登录系统,退出系统"));
         }
@@ -411,7 +398,7 @@ private slots:
             QVERIFY(rootExec("CREATE USER '" + account + "'@'%' IDENTIFIED BY 'keep'"));
         std::unique_ptr<mainWindow> window(loginAs(addedBy));
         const QString hashes = passwordHash(account);
-        const int accounts = rootSide().scalar("SELECT COUNT(*) FROM mysql.user").toInt();
+        const int accounts = testSupport::rootConnection().scalar("SELECT COUNT(*) FROM mysql.user").toInt();
         auto *form = openThrough<frmManageUser>(window.get(), "操作员管理");
         const QStringList listed = listLines(form);
         QStringList recorded;
@@ -427,7 +414,7 @@ private slots:
             sql = sql.arg(account);
         QCOMPARE(recorded, sent);
         QCOMPARE(passwordHash(account), hashes);
-        QCOMPARE(rootSide().scalar("SELECT COUNT(*) FROM mysql.user").toInt(), accounts);
+        QCOMPARE(testSupport::rootConnection().scalar("SELECT COUNT(*) FROM mysql.user").toInt(), accounts);
         QCOMPARE(listLines(form), listed);
         QCOMPARE(form->saveButton()->text(), QString("确定增加(&S)")); // to correct the name
         QCOMPARE(logCount("增加用户：" + name), existing == "program" ? 1 : 0);
@@ -595,8 +582,8 @@ private slots:
             QVERIFY(rootExec(sql));
         for (const QString &sql : extra.split("; ", Qt::SkipEmptyParts))
             QVERIFY(rootExec(sql.arg("'" + account + "'@'%'")));
-        const int read = myTools::operatorLevel(rootSide(), account, "zelnor");
-        QTEST(operatorAccounts::excessRights(rootSide(), account, read, "zelnor"), "beyond");
+        const int read = myTools::operatorLevel(testSupport::rootConnection(), account, "zelnor");
+        QTEST(operatorAccounts::excessRights(testSupport::rootConnection(), account, read, "zelnor"), "beyond");
     }
 
     // Accounts of earlier installations keep working; root sees them marked

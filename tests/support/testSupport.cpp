@@ -175,6 +175,17 @@ int count(const QString &tableAndCondition)
     return scalar(QStringLiteral("SELECT COUNT(*) FROM ") + tableAndCondition).toInt();
 }
 
+myDatabase rootConnection()
+{
+    myDatabase db(QStringLiteral("rootConnection"));
+    if (!db.isOpen()) {
+        db.setAccount({QStringLiteral("localhost"), QStringLiteral("root"), QString(), QStringLiteral("mysql")});
+        if (!db.open())
+            qFatal("no root connection of the test's own");
+    }
+    return db;
+}
+
 void resetDatabase(bool create)
 {
     if (!connectAsRoot())
@@ -346,30 +357,19 @@ QStringList tableLines(const QTableWidget *table)
     return lines;
 }
 
-static myDatabase logSide()
-{
-    myDatabase db(QStringLiteral("statementLog"));
-    if (!db.isOpen()) {
-        db.setAccount({QStringLiteral("localhost"), QStringLiteral("root"), QString(), QStringLiteral("mysql")});
-        if (!db.open())
-            qFatal("no root connection for the general log");
-    }
-    return db;
-}
-
 statementLog::statementLog(const myDatabase &watched)
     : m_thread(watched.scalar(QStringLiteral("SELECT CONNECTION_ID()")).toLongLong())
 {
     for (const char *sql : {"SET GLOBAL general_log=OFF", "SET GLOBAL log_output='TABLE'", "TRUNCATE mysql.general_log",
                             "SET GLOBAL general_log=ON"})
-        logSide().exec(QLatin1String(sql));
+        rootConnection().exec(QLatin1String(sql));
 }
 
-statementLog::~statementLog() { logSide().exec(QStringLiteral("SET GLOBAL general_log=OFF")); }
+statementLog::~statementLog() { rootConnection().exec(QStringLiteral("SET GLOBAL general_log=OFF")); }
 
 QStringList statementLog::statements() const
 {
-    QSqlQuery query = logSide().query();
+    QSqlQuery query = rootConnection().query();
     query.exec(QStringLiteral("SELECT argument FROM mysql.general_log WHERE command_type='Query' AND thread_id=%1")
                    .arg(m_thread));
     QStringList sent;

@@ -62,6 +62,10 @@ QByteArray readFile(const QString &path);
 // Opens the default connection as root on the given database.
 bool connectAsRoot(const QString &database = QStringLiteral("mysql"));
 
+// A root connection of the test's own, opened once, apart from the default
+// connection that belongs to whoever is logged in.
+myDatabase rootConnection();
+
 // Drops the business database and every operator account, recreates the
 // database from datamodel.sql through the real mysql client, and leaves the
 // default connection open on it as root. With create=false the database is
@@ -139,8 +143,7 @@ QStringList logRows();
 QStringList tableLines(const QTableWidget *table);
 
 // What one connection sends to the server while this lives, from the
-// server's general log, switched on and read through a root connection of
-// its own.
+// server's general log, switched on and read through rootConnection().
 class statementLog
 {
 public:
