@@ -505,41 +505,6 @@ private slots:
         QCOMPARE(databaseState(), before);
     }
 
-    void clearing_data()
-    {
-        QTest::addColumn<QDate>("before");
-        QTest::addColumn<int>("removed");
-        QTest::newRow("before every registration") << QDate(2025, 1, 1) << 0;
-        // Serial s is registered s mod 365 days after New Year: before April
-        // are serials 1-89, 365 and 366-400; serial 90, on April 1st, stays.
-        QTest::newRow("the chosen day itself is kept") << QDate(2025, 4, 1) << 125;
-        QTest::newRow("all") << QDate(2026, 1, 1) << 400;
-    }
-    void clearing()
-    {
-        QFETCH(QDate, before);
-        QFETCH(int, removed);
-        fill(400, 2025);
-        QString problem;
-        QCOMPARE(backupEngine::clearingCount(myDatabase(), before, &problem), qint64(removed));
-        const QString original = databaseState();
-        auto engine = engineFor(rootSession());
-        QVERIFY(run(*engine, [&] { return engine->startClearing(before, "周主管"); }));
-        QVERIFY2(engine->succeeded(), qPrintable(engine->message()));
-        QCOMPARE(testSupport::count("lease"), 400 - removed);
-        // Party rows go with their registration.
-        QCOMPARE(testSupport::count("leaseout") + testSupport::count("leasein") + testSupport::count("leasehouse"),
-                 3 * (400 - removed));
-        QCOMPARE(testSupport::logRows().last(), "周主管|清理" + before.toString("yyyy-MM-dd") + "之前业务数据");
-        const QString automatic = engine->automaticBackup();
-        QCOMPARE(engine->message(), "数据清理OK。清理前的数据已自动备份到“" + automatic + "”，用它恢复即可撤销这次清理。");
-        QVERIFY(QFileInfo(automatic).fileName().endsWith("-清理前.sda"));
-
-        QVERIFY(run(*engine, [&] { return engine->startRestore(automatic); }));
-        QVERIFY2(engine->succeeded(), qPrintable(engine->message()));
-        QCOMPARE(databaseState(), original);
-    }
-
     // The newest ten automatic backups stay, other files are left alone, and
     // the one being restored is never removed under the restore.
     void automaticBackupsKept_data()

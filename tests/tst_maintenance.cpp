@@ -3,6 +3,7 @@
 // work is tst_backupEngine's; a good backup, clearing and restore go through
 // the window in the office day.
 #include "adminDriver.h"
+#include "backupEngine.h"
 #include "installPaths.h"
 #include "frmClearData.h"
 #include "frmSetBackground.h"
@@ -92,6 +93,7 @@ private slots:
         if (refused)
             QVERIFY(testSupport::exec("CREATE TRIGGER refuse BEFORE INSERT ON log FOR EACH ROW "
                                       "SIGNAL SQLSTATE '45000' SET MESSAGE_TEXT='日志表不可写'"));
+        const QString before = testSupport::databaseState();
         modalWatcher watcher;
         auto *form = testSupport::openThrough<frmClearData>(window.get(), "清理业务数据");
         QCOMPARE(form->dateEdit()->date(), QDate(window->workDate().year() - 3, 12, 31));
@@ -103,6 +105,9 @@ private slots:
         form->yesButton()->click();
         QVERIFY(QTest::qWaitFor([&] { return !window->maintenanceRunning(); }, 60000));
         QTEST(testSupport::count("lease"), "kept");
+        // Party rows go with their registration.
+        QCOMPARE(testSupport::count("leaseout") + testSupport::count("leasein") + testSupport::count("leasehouse"),
+                 3 * testSupport::count("lease"));
         QCOMPARE(watcher.lastTitle(), QString(refused ? "错误" : "信息"));
         QVERIFY2(!refused || watcher.lastText().contains("日志表不可写"), qPrintable(watcher.lastText()));
         // Done or not, the data as it was before is kept, and named when done.
@@ -115,6 +120,14 @@ private slots:
         QCOMPARE(form->yesButton()->isEnabled(), refused);
         form->dateEdit()->setDate(date.addDays(1));
         QVERIFY(form->yesButton()->isEnabled());
+        // The automatic backup is complete: restored, the clearing is undone.
+        backupEngine engine{myDatabase()};
+        engine.setTemplatePath(QStringLiteral(ZELNOR_BINARY_DIR "/datamodel.sql"));
+        engine.setAutomaticBackupFolder(m_dir.filePath("undo"));
+        QSignalSpy finished(&engine, &backupEngine::finished);
+        QVERIFY(engine.startRestore(QDir(installPaths::backupFolder()).filePath(automatic.last())) && finished.wait(60000));
+        QVERIFY2(engine.succeeded(), qPrintable(engine.message()));
+        QCOMPARE(testSupport::databaseState(), before);
     }
 
     void background_data()
