@@ -181,7 +181,9 @@ private slots:
     void nameBox_data()
     {
         QTest::addColumn<QStringList>("remembered");
-        QTest::addColumn<QStringList>("keys"); // typed where the focus is; <Enter>, <Tab>, <Alt+N> (the name's shortcut)
+        // Typed where the focus is: <Enter>, <Keypad Enter>, <Tab>, <Alt+N> (the
+        // name's shortcut), <Server> (a click into the server field).
+        QTest::addColumn<QStringList>("keys");
         QTest::addColumn<QString>("openedIn"); // the field that had the focus when the form opened
         QTest::addColumn<QString>("name");     // the name box's text afterwards
         QTest::addColumn<QString>("endedIn");
@@ -198,6 +200,9 @@ private slots:
         QTest::newRow("a remembered name that starts the same") << QStringList{"rooted"}
                                                                 << QStringList{"<Alt+N>", "root", "<Enter>"}
                                                                 << "password" << "root" << "password";
+        // Enter moves on from every field, the password's to the button.
+        QTest::newRow("Enter in the server field, then the password") << QStringList{}
+            << QStringList{"<Server>", "<Enter>", "root", "<Enter>", "<Keypad Enter>"} << "name" << "root" << "button";
     }
     void nameBox()
     {
@@ -213,11 +218,12 @@ private slots:
         QApplication::setActiveWindow(&window);
         QVERIFY(QTest::qWaitForWindowActive(&window));
         auto *form = window.findChild<frmLogin *>();
+        QCOMPARE(form->size().expandedTo(form->minimumSizeHint()), form->size()); // opened before the window had a size
         auto focusedField = [form] {
             QWidget *focus = QApplication::focusWidget();
             if (focus && (focus == form->nameBox() || form->nameBox()->isAncestorOf(focus)))
                 return QString("name");
-            return QString(focus == form->passwordEdit() ? "password" : "elsewhere");
+            return QString(focus == form->passwordEdit() ? "password" : focus == form->loginButton() ? "button" : "elsewhere");
         };
         QTEST(focusedField(), "openedIn");
         for (const QString &key : keys) {
@@ -225,6 +231,10 @@ private slots:
             QVERIFY(focus);
             if (key == "<Enter>")
                 QTest::keyClick(focus, Qt::Key_Return);
+            else if (key == "<Keypad Enter>")
+                QTest::keyClick(focus, Qt::Key_Enter);
+            else if (key == "<Server>")
+                form->serverEdit()->setFocus();
             else if (key == "<Tab>")
                 QTest::keyClick(focus, Qt::Key_Tab);
             else if (key == "<Alt+N>")
@@ -239,6 +249,7 @@ private slots:
         QCOMPARE(listed, remembered);
         QTEST(form->nameBox()->currentText(), "name");
         QTEST(focusedField(), "endedIn");
+        QCOMPARE(window.level(), 10); // no key logged in
         // What the box holds is the account the server is asked for.
         form->loginButton()->click();
         QCOMPARE(window.level(), 0);

@@ -1,8 +1,8 @@
-// The main window on the real server: key handling, the log, forms inside
-// the work area, the tool bar, the help text. Operators have tst_operators.
+// The main window on the real server: the region code, the default fee,
+// the settings file, the log, forms inside the work area, the tool bar.
+// Operators have tst_operators, the login form tst_login.
 #include "appSettings.h"
 #include "desktopFit.h"
-#include "frmLogin.h"
 #include "frmSetRegion.h"
 #include "gbText.h"
 #include "mainWindow.h"
@@ -194,22 +194,6 @@ private slots:
                  3);
     }
 
-    void enterMovesLikeTab()
-    {
-        mainWindow window;
-        window.show();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        auto *form = window.findChild<frmLogin *>();
-        QCOMPARE(form->size().expandedTo(form->minimumSizeHint()), form->size()); // opened before the window had a size
-        form->serverEdit()->setFocus();
-        QTest::keyClick(form->serverEdit(), Qt::Key_Return);
-        QVERIFY(QTest::qWaitFor([&] { return form->nameBox()->hasFocus() || form->nameBox()->lineEdit()->hasFocus(); }));
-        form->passwordEdit()->setFocus();
-        QTest::keyClick(form->passwordEdit(), Qt::Key_Enter);
-        QVERIFY(QTest::qWaitFor([&] { return form->loginButton()->hasFocus(); }));
-        QCOMPARE(window.level(), 10); // Enter moved on; it did not log in
-    }
-
     void clearLog_data()
     {
         QTest::addColumn<int>("rowsBefore");
@@ -287,28 +271,6 @@ private slots:
             window->findChild<QToolBar *>()->hide();
         }
         QVERIFY(QDir().rmdir(testSupport::settingsPath()));
-    }
-
-    // The guide (GB18030) must also tell where the region code and the office
-    // name are set, since the program has no dialog for them.
-    void helpWindow()
-    {
-        mainWindow window; // usable before login
-        testSupport::menuAction(&window, "帮助说明")->trigger();
-        auto *help = qobject_cast<QTextEdit *>(window.mdiArea()->subWindowList().last()->widget());
-        QVERIFY(help && help->isReadOnly());
-        QCOMPARE(help->windowTitle(), QString("帮助说明"));
-        for (const char *needed : {"登记备案", "ZELNOR.ini", "[Register]", "Region=", "地区代码", "Company=", "单位名称"})
-            QVERIFY2(help->toPlainText().contains(QString::fromUtf8(needed)), needed);
-
-        QTemporaryDir elsewhere;
-        const QString here = QDir::currentPath();
-        QDir::setCurrent(elsewhere.path());
-        const int windows = window.mdiArea()->subWindowList().size();
-        window.slotHelp();
-        QDir::setCurrent(here);
-        QCOMPARE(window.mdiArea()->subWindowList().size(), windows);
-        QCOMPARE(window.statusBar()->currentMessage(), QString("打开文件“readme.txt”失败。"));
     }
 };
 
