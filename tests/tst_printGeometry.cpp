@@ -1,6 +1,5 @@
 // A printer's calibration: kept per printer in the settings file, read
-// safely, computed from measured crosses, and the calibration page's rulers
-// and crosses, read back with pdftotext -bbox and rasterised with pdftoppm.
+// safely, and the calibration page's rulers and crosses, read back with pdftotext -bbox and rasterised with pdftoppm.
 // Printing through the program, at every resolution and through a real print
 // queue, is tst_print's.
 #include "calibrationPage.h"
@@ -141,45 +140,6 @@ private slots:
         const printCalibration c = printCalibration::load(settings, "lp");
         QCOMPARE(QString("%1|%2|%3|%4").arg(c.offsetXmm).arg(c.offsetYmm).arg(c.scaleXpercent).arg(c.scaleYpercent),
                  expected);
-    }
-
-    void correctedFromMeasuredCrosses_data()
-    {
-        QTest::addColumn<QSizeF>("sheetMm");
-        QTest::addColumn<printCalibration>("printerError"); // how this printer moves the page
-        QTest::addColumn<printCalibration>("current");      // the calibration the page was printed with
-        QTest::newRow("shifted printer, first page") << QSizeF(297, 210) << printCalibration{3, -2, 100, 100}
-                                                     << printCalibration();
-        QTest::newRow("stretching printer") << QSizeF(210, 297) << printCalibration{0.5, 1, 101.2, 98.9}
-                                            << printCalibration();
-        QTest::newRow("checking an earlier calibration") << QSizeF(148, 210) << printCalibration{-2, 4, 99, 101}
-                                                         << printCalibration{1, -3, 100.5, 99.5};
-        QTest::newRow("perfect printer") << QSizeF(297, 420) << printCalibration() << printCalibration();
-    }
-
-    void correctedFromMeasuredCrosses()
-    {
-        QFETCH(QSizeF, sheetMm);
-        QFETCH(printCalibration, printerError);
-        QFETCH(printCalibration, current);
-        const QList<calibrationPage::cross> crosses = calibrationPage::crosses(sheetMm);
-        QCOMPARE(crosses.size(), 4);
-        // What the operator reads off with a ruler, in millimetres.
-        auto onPaper = [&](QPointF nominalMm, const printCalibration &c) {
-            const QTransform t = c.sheetTransform() * printerError.sheetTransform();
-            return t.map(nominalMm * mm) / mm;
-        };
-        const QPointF a = crosses[0].atMm, b = crosses[1].atMm;
-        const std::optional<printCalibration> computed = current.corrected(a, onPaper(a, current), b, onPaper(b, current));
-        QVERIFY(computed);
-        const printCalibration next = *computed;
-        // Kept to hundredths of a millimetre and of a percent, as typed.
-        for (const calibrationPage::cross &c : crosses) {
-            const QPointF miss = onPaper(c.atMm, next) - c.atMm;
-            QVERIFY2(miss.manhattanLength() < 0.03, qPrintable(c.name));
-        }
-        if (printerError.isIdentity() && current.isIdentity())
-            QVERIFY(next.isIdentity());
     }
 
     void calibrationPageMarks_data()
