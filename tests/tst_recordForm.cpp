@@ -312,6 +312,12 @@ private slots:
         row("required column empty", "增加", "", "错误|“承方名称”不允许空，请修正后保存。", false, "line承方名称：", "", "李娜");
         row("number out of range", "增加", "", "错误|“建筑面积”超出允许范围，请修正后保存。", false, "spin建筑面积：", "70000",
             "120", "ALTER TABLE leasehouse MODIFY 建筑面积 smallint(6) DEFAULT 60");
+        // Refused before anything is sent.
+        row("valid for its first day only", "增加", "", "警告|有效期错误，请检查", false, "dateYXZ", thisYear + "-01-01",
+            thisYear + "-01-02");
+        row("a character the database cannot store", "增加", "",
+            "错误|“出方名称”中有数据库不能保存的字符（扩展区的生僻字或表情符号），请改用常用字后保存。", false, "line出方名称：",
+            QString::fromUcs4(U"陈\U00020000静"), "陈静");
         // Another workstation saved the proposed number in the meantime: the
         // next free one takes its place, everything typed stays, and one more
         // 确定 saves.
@@ -356,6 +362,8 @@ private slots:
         const auto enter = [&](const QString &value) {
             if (auto *spin = form->findChild<QSpinBox *>(field))
                 spin->setValue(value.toInt());
+            else if (auto *date = form->findChild<QDateEdit *>(field))
+                date->setDate(QDate::fromString(value, Qt::ISODate));
             else if (!field.isEmpty())
                 widget<QLineEdit>(form, field)->setText(value);
         };
