@@ -265,9 +265,12 @@ private slots:
     {
         QTest::addColumn<QList<QRect>>("selection"); // (column,row,width,height)
         QTest::addColumn<QString>("copied");
-        QTest::newRow("2x3 block") << QList<QRect>{QRect(1, 1, 3, 2)} << "b1\tc1\td1\nb2\tc2\td2";
+        // The last cell holds a time, as the log viewer's first column does: a
+        // copy pastes what the view shows, not its ISO form with "T" and milliseconds.
+        const QString shownTime = "2026-11-23 12:48:52";
+        QTest::newRow("2x3 block") << QList<QRect>{QRect(1, 1, 3, 2)} << "b1\tc1\td1\nb2\tc2\t" + shownTime;
         QTest::newRow("whole table") << QList<QRect>{QRect(0, 0, 4, 3)}
-                                     << "a0\tb0\tc0\td0\na1\tb1\tc1\td1\na2\tb2\tc2\td2";
+                                     << "a0\tb0\tc0\td0\na1\tb1\tc1\td1\na2\tb2\tc2\t" + shownTime;
         // Two selections: the block spans from the first to the last, gaps included.
         QTest::newRow("two selections") << QList<QRect>{QRect(0, 0, 1, 1), QRect(2, 1, 1, 1)} << "a0\tb0\tc0\na1\tb1\tc1";
         QTest::newRow("nothing selected") << QList<QRect>{} << "untouched";
@@ -280,6 +283,7 @@ private slots:
         for (int r = 0; r < 3; ++r)
             for (int c = 0; c < 4; ++c)
                 model.setItem(r, c, new QStandardItem(QString(QChar('a' + c)) + QString::number(r)));
+        model.item(2, 3)->setData(QDateTime(QDate(2026, 11, 23), QTime(12, 48, 52, 123)), Qt::DisplayRole);
         myTableView view;
         view.setModel(&model);
         for (const QRect &rect : selection)

@@ -1,12 +1,10 @@
-// Texts as the operator meets them: what the log viewer copies, how the mysql
-// tools' complaints read in a box, and the help text in its window.
+// Texts as the operator meets them: how the mysql tools' complaints read in a
+// box, and the help text in its window.
 #include "gbText.h"
 #include "mainWindow.h"
-#include "myTableView.h"
 #include "mysqlTools.h"
 #include "testSupport.h"
 
-#include <QtSql>
 #include <QtTest>
 #include <QtWidgets>
 
@@ -24,28 +22,6 @@ class tst_shownText : public QObject
     Q_OBJECT
 private slots:
     void initTestCase() { testSupport::initApplication(); }
-
-    // The log viewer shows the time as yyyy-MM-dd hh:mm:ss, and a copy
-    // pastes what it shows, not the value's ISO form with its "T" and
-    // milliseconds.
-    void logCopiesWhatItShows()
-    {
-        testSupport::resetDatabase();
-        std::unique_ptr<mainWindow> window(testSupport::login());
-        testSupport::exec("INSERT INTO log SET 日期='2026-11-23 12:48:52',用户='张三',描述='增加370102202600001'");
-        window->slotViewLog();
-        auto *view = qobject_cast<myTableView *>(window->mdiArea()->subWindowList().last()->widget());
-        QVERIFY(view);
-        view->selectAll();
-        QApplication::clipboard()->clear();
-        view->myCopyDataToClipoard();
-        QStringList expected;
-        QSqlQuery rows("SELECT DATE_FORMAT(日期,'%Y-%m-%d %H:%i:%s'),用户,描述 FROM log");
-        while (rows.next())
-            expected << QStringList{rows.value(0).toString(), rows.value(1).toString(), rows.value(2).toString()}.join('\t');
-        QCOMPARE(QApplication::clipboard()->text(), expected.join('\n'));
-        QVERIFY(expected.last().startsWith("2026-11-23 12:48:52\t张三"));
-    }
 
     void toolMessage_data()
     {
