@@ -1,7 +1,7 @@
-// A printer's calibration: kept per printer in the settings file, read
-// safely, and the calibration page's rulers and crosses, read back with pdftotext -bbox and rasterised with pdftoppm.
-// Printing through the program, at every resolution and through a real print
-// queue, is tst_print's.
+// A printer's calibration kept per printer in the settings file and read
+// safely, and the calibration page's rulers and crosses, read back with
+// pdftotext -bbox and rasterised with pdftoppm. Printing through the program,
+// at every resolution and through a real print queue, is tst_print's.
 #include "calibrationPage.h"
 #include "gbText.h"
 #include "pdfText.h"
