@@ -10,11 +10,7 @@
 #include "sdaStream.h"
 #include "testSupport.h"
 
-#include <QBuffer>
-#include <QSignalSpy>
-#include <QSqlError>
-#include <QSqlQuery>
-#include <QtEndian>
+#include <QtSql>
 #include <QtTest>
 #include <csignal>
 #include <sys/mount.h>

@@ -3,6 +3,7 @@
 // (`cmake --install` into a scratch prefix), so install rules and lookup
 // cannot drift apart unnoticed.
 #include "installPaths.h"
+#include "testSupport.h"
 
 #include <QtTest>
 #include <unistd.h>
@@ -18,12 +19,6 @@ class tst_installPaths : public QObject
     static QString sourceOf(const QString &name)
     {
         return QStringLiteral(ZELNOR_SOURCE_DIR) + (name == "datamodel.sql" ? "/sql/" : "/data/") + name;
-    }
-
-    static QByteArray bytesOf(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
 private slots:
@@ -73,9 +68,9 @@ private slots:
         QFETCH(QString, name);
         QVERIFY(installPaths::isInstalledProgramFolder(m_programFolder));
         QCOMPARE(installPaths::dataFolder(m_programFolder), m_dataFolder);
-        const QByteArray source = bytesOf(sourceOf(name));
+        const QByteArray source = testSupport::readFile(sourceOf(name));
         QVERIFY(!source.isEmpty());
-        QCOMPARE(bytesOf(m_dataFolder + "/" + name), source);
+        QCOMPARE(testSupport::readFile(m_dataFolder + "/" + name), source);
     }
 
     // The working folder first, then the installed data folder.

@@ -19,10 +19,8 @@
 #include "recordFormDriver.h"
 #include "testSupport.h"
 
-#include <QTextCodec>
 #include <QtTest>
 #include <QtWidgets>
-#include <memory>
 
 using namespace recordForm;
 

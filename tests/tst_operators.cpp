@@ -19,7 +19,6 @@
 
 #include <QtTest>
 #include <QtWidgets>
-#include <memory>
 
 using testSupport::openThrough;
 

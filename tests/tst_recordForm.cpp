@@ -6,12 +6,9 @@
 #include "recordFormDriver.h"
 #include "testSupport.h"
 
-#include <QDateEdit>
-#include <QSqlError>
-#include <QSqlQuery>
-#include <QStatusBar>
+#include <QtSql>
 #include <QtTest>
-#include <memory>
+#include <QtWidgets>
 
 using namespace recordForm;
 

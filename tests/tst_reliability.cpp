@@ -7,16 +7,10 @@
 #include "sqlText.h"
 #include "testSupport.h"
 
-#include <QDateEdit>
-#include <QMdiSubWindow>
-#include <QProcess>
-#include <QSqlError>
-#include <QStatusBar>
-#include <QTableWidget>
-#include <QThread>
+#include <QtSql>
 #include <QtTest>
+#include <QtWidgets>
 #include <atomic>
-#include <memory>
 
 using namespace recordForm;
 
