@@ -204,8 +204,7 @@ private slots:
 
     // Exactly the rights of each level, whether root or a 主管 adds the
     // operator, read back as the level that was granted; names at the edge
-    // of what an account can carry are added, listed, logged and log in (the
-    // password statement quotes the names of digits).
+    // of what an account can carry are added, listed, logged and log in.
     void grantsByLevel_data()
     {
         QTest::addColumn<QString>("addedBy");
@@ -541,6 +540,10 @@ private slots:
                                                  << "SET PASSWORD FOR root@'%' = PASSWORD('pw');";
         QTest::newRow("typed text") << "d5c5c8fd" << "db" << "a'b\\c"
                                     << "SET PASSWORD FOR d5c5c8fd@'%' = PASSWORD('a''b\\\\c');";
+        // The server reads a name of digits alone, or digits, an e and a digit, as a number.
+        QTest::newRow("digits") << "3132" << "db" << "pw" << "SET PASSWORD FOR '3132'@'%' = PASSWORD('pw');";
+        QTest::newRow("digits, e, digit") << "8e50" << "db" << "pw" << "SET PASSWORD FOR '8e50'@'%' = PASSWORD('pw');";
+        QTest::newRow("digits, e, letter") << "31ea" << "db" << "pw" << "SET PASSWORD FOR 31ea@'%' = PASSWORD('pw');";
     }
     void setPasswordStatement()
     {
