@@ -439,6 +439,7 @@ private slots:
         QVERIFY(QTest::qWaitFor([&] { return !m_window->maintenanceRunning(); }, 60000));
         QCOMPARE(m_boxes->take(), QStringList{"备份业务数据"});
         QCOMPARE(m_window->statusBar()->currentMessage(), QString(" 信息：数据备份完成！"));
+        QVERIFY(QFile::exists(m_dir.filePath("zelnor-day.sda")));
         const QStringList logAtBackup = m_log;
 
         auto *clear = open<frmClearData>("清理业务数据");
