@@ -142,6 +142,10 @@ private slots:
                 db.exec("INSERT leaseout SET 登记编号='" + number + "',出方名称='别人'");
             else
                 sideOk = sideOk && db.exec((atCommit ? "KILL" : how) + " " + waiting.toString());
+            // The commit is let through only once the killed connection is gone.
+            if (atCommit)
+                sideOk = sideOk && waitFor(db, "SELECT 1 FROM DUAL WHERE NOT EXISTS (SELECT * FROM "
+                                               "information_schema.PROCESSLIST WHERE ID=" + waiting.toString() + ")").isValid();
             db.exec(atCommit ? "BACKUP STAGE END" : "ROLLBACK");
             db.discard();
         });
