@@ -5,11 +5,13 @@
 // and its buttons. Shared by the record-form test and the statement benchmark.
 #include "frmRegisterLease.h"
 #include "mainWindow.h"
+#include "testSupport.h"
 
 #include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <memory>
 
 namespace recordForm {
 
@@ -19,6 +21,16 @@ inline frmRegisterLease *open(mainWindow *window)
     window->slotRegisterLease();
     const QList<frmRegisterLease *> forms = window->findChildren<frmRegisterLease *>();
     return forms.isEmpty() ? nullptr : forms.last();
+}
+
+// Logs in as root through the login form into a window the caller keeps,
+// then opens a record form.
+inline frmRegisterLease *loginAndOpen(std::unique_ptr<mainWindow> &window)
+{
+    window.reset(testSupport::login());
+    if (window->operatorName().isEmpty())
+        qFatal("login failed");
+    return open(window.get());
 }
 
 // A missing widget stops the program: the test cannot go on without it.

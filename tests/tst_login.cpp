@@ -181,7 +181,9 @@ private slots:
     void nameBox_data()
     {
         QTest::addColumn<QStringList>("remembered");
-        QTest::addColumn<QStringList>("keys"); // typed where the focus is; <Enter>, <Tab>, <Alt+N> (the name's shortcut)
+        // Typed where the focus is: <Enter>, <Keypad Enter>, <Tab>, <Alt+N> (the
+        // name's shortcut), <Server> (a click into the server field).
+        QTest::addColumn<QStringList>("keys");
         QTest::addColumn<QString>("openedIn"); // the field that had the focus when the form opened
         QTest::addColumn<QString>("name");     // the name box's text afterwards
         QTest::addColumn<QString>("endedIn");
@@ -198,6 +200,9 @@ private slots:
         QTest::newRow("a remembered name that starts the same") << QStringList{"rooted"}
                                                                 << QStringList{"<Alt+N>", "root", "<Enter>"}
                                                                 << "password" << "root" << "password";
+        // Enter moves on from every field, the password's to the button.
+        QTest::newRow("Enter in the server field, then the password") << QStringList{}
+            << QStringList{"<Server>", "<Enter>", "root", "<Enter>", "<Keypad Enter>"} << "name" << "root" << "button";
     }
     void nameBox()
     {
@@ -213,11 +218,12 @@ private slots:
         QApplication::setActiveWindow(&window);
         QVERIFY(QTest::qWaitForWindowActive(&window));
         auto *form = window.findChild<frmLogin *>();
+        QCOMPARE(form->size().expandedTo(form->minimumSizeHint()), form->size()); // opened before the window had a size
         auto focusedField = [form] {
             QWidget *focus = QApplication::focusWidget();
             if (focus && (focus == form->nameBox() || form->nameBox()->isAncestorOf(focus)))
                 return QString("name");
-            return QString(focus == form->passwordEdit() ? "password" : "elsewhere");
+            return QString(focus == form->passwordEdit() ? "password" : focus == form->loginButton() ? "button" : "elsewhere");
         };
         QTEST(focusedField(), "openedIn");
         for (const QString &key : keys) {
@@ -225,6 +231,10 @@ private slots:
             QVERIFY(focus);
             if (key == "<Enter>")
                 QTest::keyClick(focus, Qt::Key_Return);
+            else if (key == "<Keypad Enter>")
+                QTest::keyClick(focus, Qt::Key_Enter);
+            else if (key == "<Server>")
+                form->serverEdit()->setFocus();
             else if (key == "<Tab>")
                 QTest::keyClick(focus, Qt::Key_Tab);
             else if (key == "<Alt+N>")
@@ -239,6 +249,7 @@ private slots:
         QCOMPARE(listed, remembered);
         QTEST(form->nameBox()->currentText(), "name");
         QTEST(focusedField(), "endedIn");
+        QCOMPARE(window.level(), 10); // no key logged in
         // What the box holds is the account the server is asked for.
         form->loginButton()->click();
         QCOMPARE(window.level(), 0);
@@ -247,7 +258,7 @@ private slots:
     void serverDialog_data()
     {
         QTest::addColumn<QByteArray>("stored"); // [Server] lines before opening
-        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("action");    // or the server command, stored through the settings
         QTest::addColumn<QString>("shown"); // checked button; file, start, stop enabled; save enabled
         QTest::addColumn<QStringList>("written");
         QTest::newRow("no settings file") << QByteArray() << "" << "本机 111 0"
@@ -264,6 +275,13 @@ private slots:
         QTest::newRow("auto-stop") << QByteArray() << "autostop" << "本机 111 1" << QStringList{"AutoStop=true"};
         QTest::newRow("address alone does not enable saving") << QByteArray("Address=db1") << "address"
                                                               << "远程 000 0" << QStringList{"Address=db2"};
+        // However long the folder names, the command reads whole in its field.
+        QTest::newRow("a script with its data folder") << QByteArray()
+                                                       << "/opt/zelnor/scripts/local-server run /opt/zelnor/local/mariadb"
+                                                       << "本机 111 0" << QStringList();
+        QTest::newRow("Chinese folder names") << QByteArray()
+                                              << "\"/home/房管所/zelnor/scripts/local-server\" run \"/home/房管所/数据\""
+                                              << "本机 111 0" << QStringList();
     }
 
     void serverDialog()
@@ -271,16 +289,29 @@ private slots:
         QFETCH(QByteArray, stored);
         QFETCH(QString, action);
         QFile file(testSupport::settingsPath());
-        if (!stored.isEmpty()) {
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write("[Server]\n" + stored + "\n");
-            file.close();
-        }
+        if (!stored.isEmpty())
+            QVERIFY(testSupport::writeFile(file.fileName(), "[Server]\n" + stored + "\n"));
+        const bool storedCommand = action.startsWith('/') || action.startsWith('"');
+        if (storedCommand)
+            appSettings::setValue(appSettings::key::serverProgram, action);
         mainWindow window;
-        window.show();
+        window.showMaximized();
         window.setLevel(1); // a 主管 opens it through its menu action
         auto *form = testSupport::openThrough<frmManageServer>(&window, "配置服务器");
         QVERIFY(!form->saveButton()->isEnabled());
+        // The field and its tooltip hold the whole command. With the cursor at
+        // the end (the field scrolled as it needs to show it), the first
+        // character is still in view: nothing scrolled away.
+        QLineEdit *command = form->fileEdit();
+        QVERIFY(QTest::qWaitForWindowExposed(command));
+        QCOMPARE(command->toolTip(), command->text());
+        QVERIFY(!storedCommand || command->text() == action);
+        auto cursorX = [command] { return command->inputMethodQuery(Qt::ImCursorRectangle).toRect().center().x(); };
+        command->setCursorPosition(command->text().size());
+        command->repaint(); // the field scrolls when it paints
+        const int end = cursorX();
+        command->setCursorPosition(0);
+        QVERIFY2(cursorX() >= 0 && end < command->width(), qPrintable(command->text()));
         if (action == "remote") {
             form->remoteButton()->click();
             form->addressEdit()->setText("county-db");
@@ -309,40 +340,8 @@ private slots:
         for (const QString &line : written)
             QVERIFY2(lines.contains(line.toUtf8()), qPrintable(line));
         QVERIFY(m_boxes->boxes.isEmpty());
-    }
-
-    // The server command reads whole in its field, however long the folder
-    // names; its tooltip holds it too.
-    void serverCommandShownWhole_data()
-    {
-        QTest::addColumn<QString>("command");
-        QTest::newRow("the default") << "./mysql/bin/mysqld.exe";
-        QTest::newRow("a script with its data folder") << "/opt/zelnor/scripts/local-server run /opt/zelnor/local/mariadb";
-        QTest::newRow("Chinese folder names") << "\"/home/房管所/zelnor/scripts/local-server\" run \"/home/房管所/数据\"";
-    }
-    void serverCommandShownWhole()
-    {
-        QFETCH(QString, command);
-        appSettings::setValue(appSettings::key::serverProgram, command);
-        mainWindow window;
-        window.showMaximized();
-        window.setLevel(1);
-        auto *form = testSupport::openThrough<frmManageServer>(&window, "配置服务器");
-        QLineEdit *file = form->fileEdit();
-        QVERIFY(QTest::qWaitForWindowExposed(file));
-        QCOMPARE(file->text(), command);
-        QCOMPARE(file->toolTip(), command);
-        // With the cursor at the end (the field scrolled as it needs to show
-        // it), the first character is still in view: nothing scrolled away.
-        auto cursorX = [file] { return file->inputMethodQuery(Qt::ImCursorRectangle).toRect().center().x(); };
-        file->setCursorPosition(command.size());
-        file->repaint(); // the field scrolls when it paints
-        const int end = cursorX();
-        file->setCursorPosition(0);
-        const int start = cursorX();
-        QVERIFY2(start >= 0 && end < file->width(), qPrintable(QString("%1..%2 in %3").arg(start).arg(end).arg(file->width())));
-        file->setText("/srv/other");
-        QCOMPARE(file->toolTip(), QString("/srv/other"));
+        command->setText("/srv/other");
+        QCOMPARE(command->toolTip(), QString("/srv/other"));
     }
 
     void missingTemplateOrClient_data()

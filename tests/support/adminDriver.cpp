@@ -2,7 +2,9 @@
 
 #include "../recordFormDriver.h"
 #include "frmManageSelectedItem.h"
+#include "frmManageUser.h"
 #include "frmSetField.h"
+#include "frmUserChangePWD.h"
 #include "testSupport.h"
 
 #include <QFileDialog>
@@ -60,6 +62,31 @@ void choiceStep(frmManageSelectedItem *form, const QString &step)
         grid->setCurrentCell(gridColumn(grid, 0).indexOf(text), 0);
         recordForm::click(form, QStringLiteral("删除"));
     }
+}
+
+void addOperator(frmManageUser *form, const QString &name, const QString &level)
+{
+    form->addButton()->click();
+    form->nameEdit()->setText(name);
+    form->levelBox()->setCurrentText(level);
+    form->saveButton()->click();
+}
+
+bool changePassword(QMainWindow *window, const QString &old, const QString &changed, const QString &confirmed)
+{
+    auto *form = testSupport::openThrough<frmUserChangePWD>(window, QStringLiteral("操作员修改密码"));
+    if (!form)
+        return false;
+    form->oldPasswordEdit()->setText(old);
+    emit form->oldPasswordEdit()->editingFinished();
+    // A clerk cannot type into the fields a wrong old password keeps closed.
+    if (form->newPasswordEdit()->isEnabled()) {
+        form->newPasswordEdit()->setText(changed);
+        emit form->newPasswordEdit()->editingFinished();
+        form->confirmEdit()->setText(confirmed);
+    }
+    form->yesButton()->click();
+    return true;
 }
 
 std::function<void(QWidget *)> fileDialogAnswer(const QString &path)

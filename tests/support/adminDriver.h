@@ -2,14 +2,16 @@
 #define ADMINDRIVER_H
 
 // Drives the maintenance dialogs the way a supervisor does, shared by the
-// schema test and the office day.
+// schema and operator tests and the office day.
 #include <QString>
 #include <QStringList>
 #include <functional>
 
+class QMainWindow;
 class QTableWidget;
 class QWidget;
 class frmManageSelectedItem;
+class frmManageUser;
 class frmSetField;
 class modalWatcher;
 
@@ -27,6 +29,15 @@ void fieldStep(frmSetField *form, modalWatcher &watcher, const QString &step);
 // One step at the choice grid: "+text" appends a row (typed into when the
 // text is not empty), "-text" deletes the row holding it.
 void choiceStep(frmManageSelectedItem *form, const QString &step);
+
+// 增加(A), a name and a level, 确定增加(S) in 操作员管理.
+void addOperator(frmManageUser *form, const QString &name, const QString &level);
+
+// 操作员修改密码 opened from the menu: the old password, the new one and its
+// confirmation typed (each field left as a clerk leaves it), then 确定.
+// False when the entry is not there.
+bool changePassword(QMainWindow *window, const QString &old, const QString &changed,
+                    const QString &confirmed);
 
 // A modalWatcher handler that answers a file dialog with the path; a path
 // ending in "/" keeps the proposed name. The name goes into the name field

@@ -11,6 +11,12 @@
 #include <QtMath>
 #include <QtTest>
 
+char *toString(const printCalibration &c)
+{
+    return qstrdup(qPrintable(QString("offset %1,%2 mm, scale %3%,%4%")
+                                  .arg(c.offsetXmm).arg(c.offsetYmm).arg(c.scaleXpercent).arg(c.scaleYpercent)));
+}
+
 namespace printSupport {
 
 QString writeScan(const QString &path, const QSizeF &sheetPt, const QList<QRectF> &boxesPt, double dpi,
@@ -30,6 +36,28 @@ QString writeScan(const QString &path, const QSizeF &sheetPt, const QList<QRectF
     painter.end();
     scan.save(path);
     return path;
+}
+
+QPointF calibrated(const printCalibration &c, const QPointF &p)
+{
+    return QPointF(c.offsetXmm * mm + c.scaleXpercent / 100 * p.x(), c.offsetYmm * mm + c.scaleYpercent / 100 * p.y());
+}
+
+QRectF calibrated(const printCalibration &c, const QRectF &r)
+{
+    return QRectF(calibrated(c, r.topLeft()), calibrated(c, r.bottomRight()));
+}
+
+void checkMoved(const pdfText::page &page, const pdfText::page &reference, const QStringList &texts,
+                double tolerance, const printCalibration &c)
+{
+    for (const QString &text : texts) {
+        const QRectF is = pdfText::find(page, text), was = calibrated(c, pdfText::find(reference, text));
+        QVERIFY2(!is.isNull() && !was.isNull(), qPrintable(text + " missing"));
+        for (double d : {is.left() - was.left(), is.top() - was.top(), is.right() - was.right(),
+                         is.bottom() - was.bottom()})
+            QVERIFY2(qAbs(d) <= tolerance, qPrintable(QString("%1 is %2 pt off").arg(text).arg(d)));
+    }
 }
 
 bool dark(QRgb p) { return qRed(p) < 110 && qGreen(p) < 110 && qBlue(p) < 110; }

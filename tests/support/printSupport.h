@@ -4,12 +4,16 @@
 // What the printing tests share: scans of blank stationery made to measure,
 // ink found on rendered pages, and a real print queue to print through.
 #include "pdfText.h"
+#include "printCalibration.h"
 
 #include <QImage>
 #include <QList>
 #include <QRectF>
 #include <QSizeF>
 #include <QString>
+
+Q_DECLARE_METATYPE(printCalibration)
+char *toString(const printCalibration &c); // for Qt Test's messages
 
 namespace printSupport {
 
@@ -18,6 +22,19 @@ namespace printSupport {
 // recording recordedDpi. PNG or JPEG by the path's suffix. Returns the path.
 QString writeScan(const QString &path, const QSizeF &sheetPt, const QList<QRectF> &boxesPt, double dpi,
                   double recordedDpi);
+
+const double mm = 72.0 / 25.4; // points
+
+// A point (a rectangle) of the sheet, in points, where a printer with this
+// calibration puts it: offset plus scale times its distance from the corner.
+QPointF calibrated(const printCalibration &c, const QPointF &p);
+QRectF calibrated(const printCalibration &c, const QRectF &r);
+
+// Each text stands on the page where it stands on the reference page, moved
+// as the calibration moves a point: all four edges, so the font kept its
+// size too, within tolerance points. Fails the running test otherwise.
+void checkMoved(const pdfText::page &page, const pdfText::page &reference, const QStringList &texts,
+                double tolerance, const printCalibration &c = {});
 
 // Ink: text and ruler lines, not the scan's pale boxes or green frames.
 bool dark(QRgb pixel);

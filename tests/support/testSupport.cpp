@@ -126,6 +126,18 @@ QString settingsPath() { return appSettings::path(); }
 
 void removeSettingsFile() { QFile::remove(settingsPath()); }
 
+bool writeFile(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 bool connectAsRoot(const QString &database)
 {
     myDatabase db;
@@ -161,6 +173,17 @@ QVariant scalar(const QString &sql)
 int count(const QString &tableAndCondition)
 {
     return scalar(QStringLiteral("SELECT COUNT(*) FROM ") + tableAndCondition).toInt();
+}
+
+myDatabase rootConnection()
+{
+    myDatabase db(QStringLiteral("rootConnection"));
+    if (!db.isOpen()) {
+        db.setAccount({QStringLiteral("localhost"), QStringLiteral("root"), QString(), QStringLiteral("mysql")});
+        if (!db.open())
+            qFatal("no root connection of the test's own");
+    }
+    return db;
 }
 
 void resetDatabase(bool create)
@@ -215,6 +238,23 @@ QString registration(const QString &number, const QString &columns)
                                    "JOIN leasehouse ON leasehouse.登记编号=leaseout.登记编号 WHERE leaseout.登记编号='")
                   + number + QLatin1Char('\''))
         .toString();
+}
+
+QString databaseState()
+{
+    QStringList parts;
+    QSqlQuery q(QStringLiteral("CHECKSUM TABLE lease, leaseout, leasein, leasehouse, log"));
+    while (q.next())
+        parts << q.value(1).toString();
+    parts << scalar(QStringLiteral("SELECT GROUP_CONCAT(TABLE_NAME,'.',COLUMN_NAME,' ',COLUMN_TYPE,' ',EXTRA "
+                                   "ORDER BY TABLE_NAME, ORDINAL_POSITION) FROM information_schema.COLUMNS "
+                                   "WHERE TABLE_SCHEMA='zelnor'")).toString();
+    parts << scalar(QStringLiteral("SELECT GROUP_CONCAT(TABLE_NAME,'.',INDEX_NAME,'.',NON_UNIQUE,'.',COLUMN_NAME "
+                                   "ORDER BY TABLE_NAME, INDEX_NAME, SEQ_IN_INDEX) FROM information_schema.STATISTICS "
+                                   "WHERE TABLE_SCHEMA='zelnor'")).toString();
+    parts << scalar(QStringLiteral("SELECT GROUP_CONCAT(TRIGGER_NAME,':',ACTION_STATEMENT ORDER BY TRIGGER_NAME) "
+                                   "FROM information_schema.TRIGGERS WHERE TRIGGER_SCHEMA='zelnor'")).toString();
+    return parts.join(QLatin1Char('\n'));
 }
 
 QString tableCounts()
@@ -315,6 +355,27 @@ QStringList tableLines(const QTableWidget *table)
         lines << cells.join(QLatin1Char('|'));
     }
     return lines;
+}
+
+statementLog::statementLog(const myDatabase &watched)
+    : m_thread(watched.scalar(QStringLiteral("SELECT CONNECTION_ID()")).toLongLong())
+{
+    for (const char *sql : {"SET GLOBAL general_log=OFF", "SET GLOBAL log_output='TABLE'", "TRUNCATE mysql.general_log",
+                            "SET GLOBAL general_log=ON"})
+        rootConnection().exec(QLatin1String(sql));
+}
+
+statementLog::~statementLog() { rootConnection().exec(QStringLiteral("SET GLOBAL general_log=OFF")); }
+
+QStringList statementLog::statements() const
+{
+    QSqlQuery query = rootConnection().query();
+    query.exec(QStringLiteral("SELECT argument FROM mysql.general_log WHERE command_type='Query' AND thread_id=%1")
+                   .arg(m_thread));
+    QStringList sent;
+    while (query.next())
+        sent << QString::fromUtf8(query.value(0).toByteArray());
+    return sent;
 }
 
 } // namespace testSupport

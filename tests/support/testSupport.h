@@ -16,6 +16,7 @@
 
 class QTableWidget;
 class mainWindow;
+class myDatabase;
 class QProcess;
 
 // Shared helpers for the test programs. Database tests run against the real
@@ -53,8 +54,17 @@ int serverPort();
 QString settingsPath();
 void removeSettingsFile();
 
+// A whole file's bytes, written (false when it cannot be) or read (empty
+// when it cannot be).
+bool writeFile(const QString &path, const QByteArray &content);
+QByteArray readFile(const QString &path);
+
 // Opens the default connection as root on the given database.
 bool connectAsRoot(const QString &database = QStringLiteral("mysql"));
+
+// A root connection of the test's own, opened once, apart from the default
+// connection that belongs to whoever is logged in.
+myDatabase rootConnection();
 
 // Drops the business database and every operator account, recreates the
 // database from datamodel.sql through the real mysql client, and leaves the
@@ -89,6 +99,9 @@ void insertLease(const leaseRow &row);
 // The given columns of one registration over its four tables, joined by "|"
 // (CONCAT_WS: NULLs left out); empty when one of its rows is missing.
 QString registration(const QString &number, const QString &columns);
+// Everything a restore must bring back, to compare two moments: the rows of
+// all five tables, the columns, the keys and the triggers.
+QString databaseState();
 // The rows of lease, leaseout, leasein, leasehouse and log, as "n/n/n/n/n".
 QString tableCounts();
 
@@ -128,6 +141,19 @@ QStringList enabledActions(const QMainWindow *window, bool usable = true);
 QStringList logRows();
 // The header line, then one line per row, cells joined by "|".
 QStringList tableLines(const QTableWidget *table);
+
+// What one connection sends to the server while this lives, from the
+// server's general log, switched on and read through rootConnection().
+class statementLog
+{
+public:
+    explicit statementLog(const myDatabase &watched);
+    ~statementLog();
+    QStringList statements() const;
+
+private:
+    qlonglong m_thread;
+};
 
 } // namespace testSupport
 
