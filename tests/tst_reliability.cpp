@@ -168,6 +168,26 @@ private slots:
         QCOMPARE(testSupport::registration(number, "出方名称"), QString("张伟"));
     }
 
+    // After a commit whose answer was lost, the form asks the server whether
+    // the registration is stored as typed before saving it again: it must
+    // recognise its own save (empty fields as NULL included) and not another
+    // lease under the same number.
+    void recognisesItsOwnSave()
+    {
+        frmRegisterLease *form = loginAndOpen();
+        const QString number = startAdding(form, "O'Brien");
+        click(form, "确定");
+        QCOMPARE(form->mode(), QString("正常"));
+        bool stored = false;
+        QVERIFY(form->storedAsTyped(number, &stored));
+        QVERIFY(stored);
+        setLine(form, "出方电话", "13800000000"); // another lease's lessor
+        QVERIFY(form->storedAsTyped(number, &stored));
+        QVERIFY(!stored);
+        QVERIFY(form->storedAsTyped("000000209900001", &stored));
+        QVERIFY(!stored);
+    }
+
     // Every save confirmed before the server is killed is there after its
     // restart: the office's server commits to disk at every commit. Then the
     // server stops and starts again between two saves: the program goes on

@@ -272,7 +272,12 @@ bool myDatabase::runInTransaction(const QStringList &statements, QSqlError *erro
     if (failure.type() == QSqlError::NoError) {
         if (db.commit())
             return true;
-        failure = db.lastError();
+        // The driver files a refused commit as a statement error; marked as
+        // the transaction's own, a caller can tell that the save may have
+        // been made durable before the connection went (commitUncertain).
+        const QSqlError refused = db.lastError();
+        failure = QSqlError(refused.driverText(), refused.databaseText(), QSqlError::TransactionError,
+                            refused.nativeErrorCode());
     }
     db.rollback();
     // Ready for the operator's next try.

@@ -76,6 +76,21 @@ QStringList deleteRegistration(const numberParts &n, const QString &number)
     return statements;
 }
 
+QString countStoredAsTyped(const numberParts &n, const leaseValues &v, const QString &number,
+                           const QStringList &lessorPairs)
+{
+    QString sql = QStringLiteral("SELECT COUNT(*) FROM lease JOIN leaseout ON leaseout.登记编号='") + sqlText::escaped(number)
+        + QStringLiteral("'") + leaseCondition(n).replace(QStringLiteral(" WHERE "), QStringLiteral(" WHERE lease."))
+        + QStringLiteral(" AND ") + leaseAssignments(v).replace(QLatin1Char(','), QStringLiteral(" AND "));
+    for (QString pair : lessorPairs) {
+        // "column=NULL" is never true: a NULL stored for an empty field is IS NULL.
+        if (pair.endsWith(QLatin1String("=NULL")))
+            pair = pair.chopped(5) + QStringLiteral(" IS NULL");
+        sql += QStringLiteral(" AND leaseout.") + pair;
+    }
+    return sql;
+}
+
 refusal checkBeforeSave(bool adding, const QDate &validFrom, const QDate &validUntil,
                         const QString &number, const QString &region, const QDate &workDate)
 {
@@ -120,8 +135,8 @@ refusal saveErrorMessage(const QSqlError &error)
         return {QStringLiteral("保存被中断，这次保存没有完成，也没有留下任何数据。请再按“确定”保存。"), false};
     if (myDatabase::commitUncertain(error))
         return {QStringLiteral("提交时与数据库服务器的连接中断，无法确定这次保存是否完成。"
-                               "请按“放弃”，再输入登记编号查看，确认后再操作。"),
-                true};
+                               "服务器恢复后请再按“确定”：程序会先查看这一登记是否已经保存，不会重复登记。"),
+                false};
     if (myDatabase::connectionLost(error))
         return {problemText(error)
                     + QStringLiteral("，这次保存没有完成，也没有留下任何数据。服务器恢复后请再按“确定”保存，"

@@ -37,6 +37,12 @@ QString updateLease(const numberParts &n, const leaseValues &v);
 QString insertParty(const QString &table, const QString &number, const QStringList &pairs);
 QString updateParty(const QString &table, const QString &number, const QStringList &pairs);
 QStringList deleteRegistration(const numberParts &n, const QString &number);
+// Counts the registrations stored with exactly these lease values and lessor
+// "column=value" pairs (as insertParty takes them): 1 when a save whose commit
+// lost its connection was kept after all, 0 when it was not (another
+// workstation's lease under the same number has other values).
+QString countStoredAsTyped(const numberParts &n, const leaseValues &v, const QString &number,
+                           const QStringList &lessorPairs);
 
 // Checks run before anything is written; an empty text means the save may go on.
 struct refusal {

@@ -475,21 +475,78 @@ void frmRegisterLease::btYesClicked()
     if (m_mode != modeDelete && !fitsConnection())
         return;
 
+    // The last 确定 lost its connection during the commit, and the server
+    // may have kept that save: saving again would give the lease a second
+    // number. A change or a deletion can simply be made again.
+    if (m_mode == modeAdd && m_uncertainNumber == number) {
+        bool saved = false;
+        if (!storedAsTyped(number, &saved)) {
+            QApplication::beep();
+            QMessageBox::critical(this, QStringLiteral("错误"),
+                                  registrationSql::saveErrorMessage(QSqlError(QString(), QString(),
+                                                                              QSqlError::TransactionError,
+                                                                              QStringLiteral("2006")))
+                                      .text);
+            return;
+        }
+        if (saved) {
+            saveDone();
+            return;
+        }
+    }
+    m_uncertainNumber.clear();
+
     QSqlError error;
     if (m_host->database().runInTransaction(saveStatements(number), &error)) {
-        m_host->showStatus(QStringLiteral("数据保存OK."), 3000);
-        if (m_mode == modeDelete)
-            resetRecord();
-        setMode(modeNormal);
+        saveDone();
         return;
     }
     QApplication::beep();
     if (m_mode == modeAdd && registrationSql::isDuplicateNumber(error) && proposeFreeNumber(number))
         return;
+    if (m_mode == modeAdd && myDatabase::commitUncertain(error)) {
+        // Ask the server, now that the connection is open again, whether the
+        // commit went through before it was lost.
+        bool saved = false;
+        if (storedAsTyped(number, &saved)) {
+            if (saved) {
+                saveDone();
+                return;
+            }
+            error = QSqlError(error.driverText(), error.databaseText(), QSqlError::StatementError,
+                              error.nativeErrorCode());
+        } else {
+            m_uncertainNumber = number;
+        }
+    }
     const registrationSql::refusal message = registrationSql::saveErrorMessage(error);
     QMessageBox::critical(this, QStringLiteral("错误"), message.text);
     if (message.focusNumber)
         linDJBH->setFocus();
+}
+
+void frmRegisterLease::saveDone()
+{
+    m_uncertainNumber.clear();
+    m_host->showStatus(QStringLiteral("数据保存OK."), 3000);
+    if (m_mode == modeDelete)
+        resetRecord();
+    setMode(modeNormal);
+}
+
+bool frmRegisterLease::storedAsTyped(const QString &number, bool *stored)
+{
+    QStringList lessor;
+    for (const field &f : fieldsOf(m_partyGroups.first()))
+        lessor << f.column + QLatin1Char('=') + sqlValue(f);
+    const registrationSql::leaseValues lease{dateDJRQ->date(), dateYXQ->date(), dateYXZ->date(), spinFee->value()};
+    QSqlError error;
+    const QVariant count = m_host->database().scalar(
+        registrationSql::countStoredAsTyped(registrationSql::split(number), lease, number, lessor), &error);
+    if (!count.isValid())
+        return false;
+    *stored = count.toInt() > 0;
+    return true;
 }
 
 bool frmRegisterLease::proposeFreeNumber(const QString &taken)

@@ -49,6 +49,12 @@ public:
     enum class loadStrategy { PerTable, PerField };
     void setLoadStrategy(loadStrategy strategy) { m_loadStrategy = strategy; }
 
+    // Whether the registration is stored with the values on the form (lease
+    // row and lessor row): a save whose commit lost its connection may have
+    // been kept, and saving it again would give the lease a second number.
+    // False when the server cannot be asked.
+    bool storedAsTyped(const QString &number, bool *stored);
+
 public slots:
     void slotEditLinDJBH(const QString &text);
 
@@ -84,10 +90,14 @@ private:
     bool armChange();
     QStringList saveStatements(const QString &number) const;
     bool proposeFreeNumber(const QString &taken);
+    void saveDone();
     bool fitsConnection();
 
     formHost *m_host;
     QString m_mode;
+    // A new registration whose commit lost its connection before the server
+    // could answer; the next 确定 asks the server before saving it again.
+    QString m_uncertainNumber;
     loadStrategy m_loadStrategy = loadStrategy::PerTable;
 
     QLineEdit *linDJBH;
