@@ -478,18 +478,21 @@ private slots:
         QTest::addColumn<QString>("password");
         QTest::addColumn<QString>("confirmed"); // null: the same
         QTest::addColumn<QString>("box");
-        QTest::newRow("apostrophe") << "钱操作" << QString() << "it's" << QString() << "";
-        QTest::newRow("backslash") << "钱操作" << QString() << "ab\\cd" << QString() << "";
-        QTest::newRow("chinese") << "钱操作" << QString() << "中文密码" << QString() << "";
-        QTest::newRow("all of them") << "钱操作" << QString() << "混'合\\密码\\'" << QString() << "";
-        QTest::newRow("empty") << "钱操作" << QString() << "" << QString() << "";
+        QTest::addColumn<QString>("retypedOld"); // typed over the old password last; null: left alone
+        QTest::newRow("apostrophe") << "钱操作" << QString() << "it's" << QString() << "" << QString();
+        QTest::newRow("backslash") << "钱操作" << QString() << "ab\\cd" << QString() << "" << QString();
+        QTest::newRow("chinese") << "钱操作" << QString() << "中文密码" << QString() << "" << QString();
+        QTest::newRow("all of them") << "钱操作" << QString() << "混'合\\密码\\'" << QString() << "" << QString();
+        QTest::newRow("empty") << "钱操作" << QString() << "" << QString() << "" << QString();
         QTest::newRow("four-byte character") << "钱操作" << QString() << "密码𠀀" << QString()
-                                             << "警告|新密码中有数据库无法保存的字（生僻字或表情符号），请换一个密码。";
-        QTest::newRow("confirmation differs") << "钱操作" << QString() << "n3w-pw" << "" << "警告|两次密码不一致，请重新输入！";
-        // The new password and 确定 stay closed.
-        QTest::newRow("wrong old password") << "钱操作" << "wrong" << "n3w-pw" << QString() << "";
+                                             << "警告|新密码中有数据库无法保存的字（生僻字或表情符号），请换一个密码。" << QString();
+        QTest::newRow("confirmation differs") << "钱操作" << QString() << "n3w-pw" << "" << "警告|两次密码不一致，请重新输入！" << QString();
+        // The new password and 确定 stay closed, also when the old one is
+        // retyped wrong after the new ones were entered.
+        QTest::newRow("wrong old password") << "钱操作" << "wrong" << "n3w-pw" << QString() << "" << QString();
+        QTest::newRow("old password retyped wrong") << "钱操作" << QString() << "n3w-pw" << QString() << "" << "wrong";
         // Through "localhost", root's own account row.
-        QTest::newRow("root") << "root" << QString() << "r'\\根" << QString() << "";
+        QTest::newRow("root") << "root" << QString() << "r'\\根" << QString() << "" << QString();
     }
     void passwords()
     {
@@ -498,16 +501,17 @@ private slots:
         QFETCH(QString, password);
         QFETCH(QString, confirmed);
         QFETCH(QString, box);
+        QFETCH(QString, retypedOld);
         const bool root = name == "root";
         const QString old = root ? QString() : initial;
         if (!root)
             createThroughProgram(name, "操作");
         const int level = root ? 0 : 2;
-        const bool changed = box.isEmpty() && typedOld.isNull();
+        const bool changed = box.isEmpty() && typedOld.isNull() && retypedOld.isNull();
         {
             std::unique_ptr<mainWindow> window(testSupport::login(name, old));
             QVERIFY(adminDriver::changePassword(window.get(), typedOld.isNull() ? old : typedOld, password,
-                                                confirmed.isNull() ? password : confirmed));
+                                                confirmed.isNull() ? password : confirmed, retypedOld));
             QCOMPARE(m_boxes->take(), box.isEmpty() ? QStringList() : QStringList{box});
             QCOMPARE(window->statusBar()->currentMessage(), QString(changed ? " 密码修改成功！" : ""));
             QCOMPARE(window->database().password(), changed ? password : old);

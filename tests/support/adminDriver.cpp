@@ -72,7 +72,8 @@ void addOperator(frmManageUser *form, const QString &name, const QString &level)
     form->saveButton()->click();
 }
 
-bool changePassword(QMainWindow *window, const QString &old, const QString &changed, const QString &confirmed)
+bool changePassword(QMainWindow *window, const QString &old, const QString &changed, const QString &confirmed,
+                    const QString &retypedOld)
 {
     auto *form = testSupport::openThrough<frmUserChangePWD>(window, QStringLiteral("操作员修改密码"));
     if (!form)
@@ -84,6 +85,11 @@ bool changePassword(QMainWindow *window, const QString &old, const QString &chan
         form->newPasswordEdit()->setText(changed);
         emit form->newPasswordEdit()->editingFinished();
         form->confirmEdit()->setText(confirmed);
+        emit form->confirmEdit()->editingFinished();
+    }
+    if (!retypedOld.isNull()) {
+        form->oldPasswordEdit()->setText(retypedOld);
+        emit form->oldPasswordEdit()->editingFinished();
     }
     form->yesButton()->click();
     return true;

@@ -36,8 +36,8 @@ void addOperator(frmManageUser *form, const QString &name, const QString &level)
 // 操作员修改密码 opened from the menu: the old password, the new one and its
 // confirmation typed (each field left as a clerk leaves it), then 确定.
 // False when the entry is not there.
-bool changePassword(QMainWindow *window, const QString &old, const QString &changed,
-                    const QString &confirmed);
+bool changePassword(QMainWindow *window, const QString &old, const QString &changed, const QString &confirmed,
+                    const QString &retypedOld = QString());
 
 // A modalWatcher handler that answers a file dialog with the path; a path
 // ending in "/" keeps the proposed name. The name goes into the name field

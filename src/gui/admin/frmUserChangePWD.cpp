@@ -64,10 +64,14 @@ void frmUserChangePWD::oldPasswordChecked()
     // Enabled before the focus moves, or the move would skip the new field.
     linNew->setEnabled(same);
     linConfirm->setEnabled(same);
-    if (same)
+    if (same) {
         linNew->setFocus();
-    else
+    } else {
+        // The old password retyped wrong after the new ones were entered
+        // must not leave 确认 usable.
+        btYes->setEnabled(false);
         QApplication::beep();
+    }
 }
 
 void frmUserChangePWD::btYesSetEnable() { btYes->setEnabled(true); }
@@ -75,6 +79,11 @@ void frmUserChangePWD::btYesSetEnable() { btYes->setEnabled(true); }
 void frmUserChangePWD::btYesClicked()
 {
     myDatabase &db = m_host->database();
+    if (linOld->text() != db.password()) {
+        oldPasswordChecked();
+        linOld->setFocus();
+        return;
+    }
     if (!db.reopen())
         return;
     if (linNew->text() != linConfirm->text()) {
