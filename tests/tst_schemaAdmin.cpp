@@ -198,6 +198,9 @@ private slots:
             "已登记的内容放不进类型“varchar(5)”，请改回原来的类型，或把它放宽后再保存。" + pending, false);
         row("reserved word as a name", "+select|varchar(10)|YES|", base, "",
             "字段名“select”是数据库的保留字，不能使用，请换一个名字。" + pending, false);
+        // Refused before any statement is sent: nothing is applied, no log row.
+        row("a rare character in a name", "+备\U00020000注|varchar(10)|YES|", base, "",
+            "第9行的“字段名”中有数据库不能保存的字符（扩展区的生僻字或表情符号），请改用常用字后再保存。没有修改任何字段。", false);
         row("row left without a name, below a good one", "+楼层|int(11)|YES|;+|varchar(10)|YES|", base + ",楼层", "",
             "第10行没有填字段名，请填写字段名或删除这一行。" + partly);
     }
@@ -312,6 +315,10 @@ private slots:
         QTest::newRow("values as typed") << "出方类别" << QStringList{"+O'Neil", "+C:\\new"}
                                          << QStringList{"个人", "单位", "O'Neil", "C:\\new"}
                                          << "enum('个人','单位','O''Neil','C:\\\\new')" << "" << false;
+        QTest::newRow("a rare character") << "出方类别" << QStringList{"+机构\U0001F3E0"}
+                                          << QStringList{"个人", "单位", "机构\U0001F3E0"} << "enum('个人','单位')"
+                                          << "“机构\U0001F3E0”中有数据库不能保存的字符（扩展区的生僻字或表情符号），请改用常用字后再保存。"
+                                          << false;
         const QString inUse = "“出方类别”列已存在原数据，不能对此同步修改或删除。\n"
                               "有登记用到了要删去或改动的值：请保留这个值，或先修改用到它的登记。";
         for (const bool translated : {false, true}) {

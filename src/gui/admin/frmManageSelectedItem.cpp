@@ -93,8 +93,17 @@ void frmManageSelectedItem::btSaveClicked()
         if (!tableWid->item(r, 0) || tableWid->item(r, 0)->text().trimmed().isEmpty())
             tableWid->removeRow(r);
     QStringList values;
-    for (int r = 0; r < tableWid->rowCount(); ++r)
+    for (int r = 0; r < tableWid->rowCount(); ++r) {
         values << tableWid->item(r, 0)->text();
+        if (!sqlText::fitsConnection(values.last())) {
+            QApplication::beep();
+            QMessageBox::critical(this, QStringLiteral("错误"),
+                                  QStringLiteral("“%1”中有数据库不能保存的字符（扩展区的生僻字或表情符号），请改用常用字后再保存。")
+                                      .arg(values.last()));
+            tableWid->setCurrentCell(r, 0);
+            return;
+        }
+    }
 
     const QString column = cbxField->currentText();
     const QString table = cbxField->currentData().toString();

@@ -2,6 +2,7 @@
 
 #include "gbText.h"
 #include "installPaths.h"
+#include "sqlText.h"
 #include "formHost.h"
 #include "myDatabase.h"
 #include "myTools.h"
@@ -198,6 +199,23 @@ void frmSetField::btMoveClicked()
 
 void frmSetField::btSaveClicked()
 {
+    // The utf8 connection cannot carry such a character; the server would
+    // answer in English, or blame the type for a default it could not read.
+    for (int r = 0; r < tableWid->rowCount(); ++r) {
+        for (int c : {colName, colType, colDefault}) {
+            const QTableWidgetItem *cell = tableWid->item(r, c);
+            if (!cell || sqlText::fitsConnection(cell->text()))
+                continue;
+            QApplication::beep();
+            QMessageBox::critical(this, QStringLiteral("错误"),
+                                  QStringLiteral("第%1行的“%2”中有数据库不能保存的字符（扩展区的生僻字或表情符号），"
+                                                 "请改用常用字后再保存。没有修改任何字段。")
+                                      .arg(r + 1)
+                                      .arg(tableWid->horizontalHeaderItem(c)->text()));
+            tableWid->setCurrentCell(r, c);
+            return;
+        }
+    }
     QStringList columns;
     for (const columnInfo &column : myTools::showColumns(m_host->database(), tableName()))
         columns << column.field;
