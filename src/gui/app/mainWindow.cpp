@@ -284,14 +284,16 @@ void mainWindow::afterLogin(const QString &databaseName)
     m_operatorLabel->setText(QStringLiteral("操作员：") + m_operatorName);
 
     m_level = myTools::operatorLevel(m_database, account, m_database.databaseName());
+    m_levelLabel->setText(QStringLiteral("权限：") + myTools::levelName(m_level));
+    // The login has succeeded here, whatever the questions below are
+    // answered: the log must say so even if the program is closed at one.
+    m_database.writeLog(m_operatorName, QStringLiteral("登录系统"));
     if (m_level <= 1)
         repairSchema();
     checkRegion();
-    m_levelLabel->setText(QStringLiteral("权限：") + myTools::levelName(m_level));
 
     applyLevel();
     applyBackground();
-    m_database.writeLog(m_operatorName, QStringLiteral("登录系统"));
     showMaximized();
 }
 
