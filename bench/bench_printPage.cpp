@@ -12,6 +12,7 @@
 // (on a server of its own in /tmp/zelnor-bench-printPage)
 #include "appSettings.h"
 #include "calibrationPage.h"
+#include "frmPrintPreview.h"
 #include "frmSetPrintItem.h"
 #include "mainWindow.h"
 #include "myDatabase.h"
@@ -134,7 +135,7 @@ int main(int argc, char **argv)
                                                      boxes, 300, 300),
                              0);
     form->btPreviewClicked();
-    frmPrintPreview *preview = form->preview();
+    auto *preview = qobject_cast<frmPrintPreview *>(form->preview());
     preview->numberEdit()->setText(row.number);
     timer.restart();
     for (int i = 0; i < runs; ++i)

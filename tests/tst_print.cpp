@@ -200,13 +200,13 @@ class tst_print : public QObject
     frmPrintPreview *openPreview(frmSetPrintItem *form)
     {
         button(form, "预览(&V)")->click();
-        return form->preview();
+        return qobject_cast<frmPrintPreview *>(form->preview());
     }
 
     frmPrintCalibration *openCalibration(frmSetPrintItem *form)
     {
         button(form, "打印机校准(&K)")->click();
-        return form->calibration();
+        return qobject_cast<frmPrintCalibration *>(form->calibration());
     }
 
 private slots:

@@ -10,6 +10,8 @@
 #include "frmManageSelectedItem.h"
 #include "frmManageServer.h"
 #include "frmManageUser.h"
+#include "frmPrintCalibration.h"
+#include "frmPrintPreview.h"
 #include "frmRegisterLease.h"
 #include "frmSearchLease.h"
 #include "frmSetBackground.h"
@@ -343,12 +345,35 @@ void mainWindow::openForm(QWidget *form)
 {
     // The sub-window opens at the form's size hint; forms with wide tables
     // give a larger one.
+    // The layout editor's preview and calibration are forms too, and only
+    // this window makes forms.
+    if (auto *editor = qobject_cast<frmSetPrintItem *>(form)) {
+        connect(editor, &frmSetPrintItem::previewRequested, this, [this, editor] { openPrintPreview(editor); });
+        connect(editor, &frmSetPrintItem::calibrationRequested, this, [this, editor] { openPrintCalibration(editor); });
+    }
     QMdiSubWindow *sub = m_mdi->addSubWindow(form);
     form->show();
     sub->show();
     desktopFit::fitInside(sub);
     m_mdi->setActiveSubWindow(sub);
     form->setFocus();
+}
+
+void mainWindow::openPrintPreview(frmSetPrintItem *editor)
+{
+    auto *preview = new frmPrintPreview(this, editor->printedLayout());
+    connect(editor, &frmSetPrintItem::printedLayoutChanged, preview, &frmPrintPreview::setPrintLayout);
+    editor->attachPreview(preview);
+    openForm(preview);
+}
+
+void mainWindow::openPrintCalibration(frmSetPrintItem *editor)
+{
+    auto *calibration = new frmPrintCalibration(this, editor->printedLayout().geometry());
+    connect(editor, &frmSetPrintItem::printedLayoutChanged, calibration,
+            [calibration](const printLayout &layout) { calibration->setPage(layout.geometry()); });
+    editor->attachCalibration(calibration);
+    openForm(calibration);
 }
 
 void mainWindow::openRegistration(const QString &number)

@@ -108,6 +108,9 @@ private:
     bool serverReachable();
     template <typename Form>
     void openDatabaseForm();
+    // The layout editor's preview and calibration, following its edits.
+    void openPrintPreview(class frmSetPrintItem *editor);
+    void openPrintCalibration(class frmSetPrintItem *editor);
 
     myDatabase m_database;
     messageBoxReporter m_reporter;

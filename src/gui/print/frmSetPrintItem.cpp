@@ -2,8 +2,6 @@
 
 #include "desktopFit.h"
 #include "formHost.h"
-#include "frmPrintCalibration.h"
-#include "frmPrintPreview.h"
 #include "myDelegate.h"
 #include "myTools.h"
 #include "objPrint.h"
@@ -222,24 +220,22 @@ void frmSetPrintItem::btPrintClicked()
 
 void frmSetPrintItem::btPreviewClicked()
 {
-    if (m_preview) {
-        m_preview->setPrintLayout(printedLayout());
-        bringForward(m_preview);
+    if (!m_preview) {
+        emit previewRequested();
         return;
     }
-    m_preview = new frmPrintPreview(m_host, printedLayout());
-    m_host->openForm(m_preview);
+    emit printedLayoutChanged(printedLayout());
+    bringForward(m_preview);
 }
 
 void frmSetPrintItem::btCalibrateClicked()
 {
-    if (m_calibration) {
-        m_calibration->setPage(printedLayout().geometry());
-        bringForward(m_calibration);
+    if (!m_calibration) {
+        emit calibrationRequested();
         return;
     }
-    m_calibration = new frmPrintCalibration(m_host, printedLayout().geometry());
-    m_host->openForm(m_calibration);
+    emit printedLayoutChanged(printedLayout());
+    bringForward(m_calibration);
 }
 
 void frmSetPrintItem::layoutEdited()
@@ -250,11 +246,8 @@ void frmSetPrintItem::layoutEdited()
 
 void frmSetPrintItem::showEdits()
 {
-    const printLayout layout = printedLayout();
-    if (m_preview)
-        m_preview->setPrintLayout(layout);
-    if (m_calibration)
-        m_calibration->setPage(layout.geometry());
+    if (m_preview || m_calibration)
+        emit printedLayoutChanged(printedLayout());
 }
 
 void frmSetPrintItem::btReadClicked()

@@ -5,8 +5,6 @@
 #include <QTimer>
 #include <QWidget>
 
-#include "frmPrintCalibration.h"
-#include "frmPrintPreview.h"
 #include "printLayout.h"
 
 class QLineEdit;
@@ -41,12 +39,22 @@ public:
     QLineEdit *leftEdit() const { return m_left; }
     QLineEdit *topEdit() const { return m_top; }
     QPushButton *saveButton() const { return m_save; }
-    // The preview and calibration forms this editor opened, while they are open.
-    frmPrintPreview *preview() const { return m_preview; }
-    frmPrintCalibration *calibration() const { return m_calibration; }
+    // The preview and calibration forms opened for this editor, while they
+    // are open. The host makes them (this form knows no other form) and
+    // hands them over here; they follow printedLayoutChanged.
+    QWidget *preview() const { return m_preview; }
+    QWidget *calibration() const { return m_calibration; }
+    void attachPreview(QWidget *preview) { m_preview = preview; }
+    void attachCalibration(QWidget *calibration) { m_calibration = calibration; }
 
 signals:
     void myEditingSignal(bool editing);
+    // 预览 or 打印机校准 pressed while no such form is open for this editor.
+    void previewRequested();
+    void calibrationRequested();
+    // What would print now, whenever an open preview or calibration form
+    // should show it.
+    void printedLayoutChanged(const printLayout &layout);
 
 public slots:
     void btSaveClicked();
@@ -74,8 +82,8 @@ private:
     QLineEdit *m_left;
     QLineEdit *m_top;
     QPushButton *m_save;
-    QPointer<frmPrintPreview> m_preview;
-    QPointer<frmPrintCalibration> m_calibration;
+    QPointer<QWidget> m_preview;
+    QPointer<QWidget> m_calibration;
     QTimer m_editsShown;
 };
 
