@@ -71,7 +71,8 @@ const int typingMs = 1500;
 // --- what the children report -----------------------------------------------
 // One line per event on standard output, flushed at once, so the parent sees
 // a confirmation the moment the clerk does (the kill round depends on it):
-//   READY | SAVED <number> <tag> <wall µs> <cpu µs> <preemptions> | REFUSED <kind> <text> |
+//   READY | SAVED <number> <tag> <wall µs> <cpu µs> <preemptions> |
+//   REFUSED <kind> <wall µs> <cpu µs> <preemptions> <text> |
 //   RETYPE <first kind> <second kind> | ADDFAIL <text> | UNSURE <number> <tag> saved|lost |
 //   DONE <started> <process cpu ms>
 
@@ -286,7 +287,7 @@ public:
                 return;
             }
             const refusalKind k = classify(box);
-            say(QStringLiteral("REFUSED %1 %2").arg(QLatin1String(kindNames[k]), box));
+            say(QStringLiteral("REFUSED %1 %2 %3").arg(QLatin1String(kindNames[k]), watch.result(), box));
             if (k == Gone) {
                 // "服务器恢复后请再按“确定”保存": he waits for the server and
                 // presses again; only a server that stays away makes him give up.
@@ -477,7 +478,7 @@ public:
                 return;
             }
             k = classify(error);
-            say(QStringLiteral("REFUSED %1 %2").arg(QLatin1String(kindNames[k]), error.text()));
+            say(QStringLiteral("REFUSED %1 %2 %3").arg(QLatin1String(kindNames[k]), watch.result(), error.text()));
             if (k == Required)
                 r.typed[QStringLiteral("承方名称")] = r.lessee;
             else if (k == Taken)
@@ -570,6 +571,9 @@ struct tally {
 };
 
 QElapsedTimer s_clock;
+// Every line the children say, with the time and the clerk, for a closer
+// look at a round (--trace).
+std::unique_ptr<QFile> s_trace;
 
 // A set of clerk processes of one kind, started together.
 class clerkRoom
@@ -648,6 +652,8 @@ private:
         while ((end = m_buffers[i].indexOf('\n')) >= 0) {
             const QString line = QString::fromUtf8(m_buffers[i].left(end));
             m_buffers[i].remove(0, end + 1);
+            if (s_trace)
+                s_trace->write(QStringLiteral("%1 %2 %3\n").arg(s_clock.elapsed()).arg(i + 1).arg(line).toUtf8());
             handle(line);
         }
     }
@@ -671,7 +677,7 @@ private:
                 if (w.value(1) == QLatin1String(kindNames[k])) {
                     ++t.refusals[k];
                     if (k == Other)
-                        ++t.otherTexts[line.section(QLatin1Char(' '), 2)];
+                        ++t.otherTexts[line.section(QLatin1Char(' '), 5)];
                 }
         } else if (what == QLatin1String("RETYPE")) {
             ++t.retyped;
@@ -1149,13 +1155,16 @@ int main(int argc, char **argv)
                                      QStringLiteral("s"), QStringLiteral("60"));
     const QCommandLineOption clerks(QStringLiteral("clerks"), QStringLiteral("Clerk counts, comma-separated."),
                                     QStringLiteral("list"), QStringLiteral("2,4,8"));
-    const QCommandLineOption kills(QStringLiteral("kills"), QStringLiteral("Server kills in the kill round."),
-                                   QStringLiteral("n"), QStringLiteral("3"));
+    const QCommandLineOption kills(QStringLiteral("kills"), QStringLiteral("Server kills in the kill round (0: none)."),
+                                   QStringLiteral("n"), QStringLiteral("5"));
     const QCommandLineOption killClerks(QStringLiteral("kill-clerks"), QStringLiteral("Clerks in the kill round."),
                                         QStringLiteral("n"), QStringLiteral("4"));
     const QCommandLineOption durabilitySeconds(QStringLiteral("durability-seconds"),
                                                QStringLiteral("Length of each round without the flush at commit."),
                                                QStringLiteral("s"));
+    const QCommandLineOption trace(QStringLiteral("trace"),
+                                   QStringLiteral("Write every clerk's events, timed, to this file."),
+                                   QStringLiteral("file"));
     const QCommandLineOption noDurability(QStringLiteral("no-durability"),
                                           QStringLiteral("Leave out the rounds without the flush at commit."));
     // What the parent gives its children.
@@ -1165,7 +1174,7 @@ int main(int argc, char **argv)
     QCommandLineOption careless(QStringLiteral("careless"));
     for (QCommandLineOption *o : {&child, &index, &round, &careless})
         o->setFlags(QCommandLineOption::HiddenFromHelp);
-    parser.addOptions({seconds, clerks, kills, killClerks, durabilitySeconds, noDurability, child, index, round, careless});
+    parser.addOptions({seconds, clerks, kills, killClerks, durabilitySeconds, noDurability, trace, child, index, round, careless});
     parser.addHelpOption();
     parser.process(app);
 
@@ -1188,6 +1197,11 @@ int main(int argc, char **argv)
         return 1;
     }
     s_clock.start();
+    if (parser.isSet(trace)) {
+        s_trace.reset(new QFile(parser.value(trace)));
+        if (!s_trace->open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+            return 1;
+    }
     // The bench server commits as an office's does; only the comparison
     // rounds below start it without the flush.
     qunsetenv("ZELNOR_SERVER_FLUSH_AT_COMMIT");
@@ -1206,7 +1220,10 @@ int main(int argc, char **argv)
         rounds << runRound(QStringLiteral("gui"), n, roundSeconds);
         rounds << runRound(QStringLiteral("plain"), n, roundSeconds);
     }
-    const killResult durableKill = runKillRound(parser.value(killClerks).toInt(), parser.value(kills).toInt());
+    const int killCount = parser.value(kills).toInt();
+    killResult durableKill;
+    if (killCount > 0)
+        durableKill = runKillRound(parser.value(killClerks).toInt(), killCount);
 
     QList<roundResult> flushOff;
     killResult flushOffKill;
@@ -1217,7 +1234,8 @@ int main(int argc, char **argv)
             flushOff << runRound(QStringLiteral("gui"), n, flushOffSeconds);
             flushOff << runRound(QStringLiteral("plain"), n, flushOffSeconds);
         }
-        flushOffKill = runKillRound(parser.value(killClerks).toInt(), parser.value(kills).toInt());
+        if (killCount > 0)
+            flushOffKill = runKillRound(parser.value(killClerks).toInt(), killCount);
         restartServer(QString());
     }
 
@@ -1227,7 +1245,8 @@ int main(int argc, char **argv)
                 "  at the form %.2f ms (%.2f ms of it the program's own CPU), plain client %.2f ms (%.2f ms CPU)\n",
                 quiet.formMs, quiet.formCpuMs, quiet.plainMs, quiet.plainCpuMs);
     printRounds(rounds);
-    printKills(durableKill);
+    if (killCount > 0)
+        printKills(durableKill);
     if (!flushOff.isEmpty()) {
         std::printf("\nThe cost of durability: median save time in ms, innodb_flush_log_at_trx_commit=1 against 0\n");
         std::printf("%-6s %6s %8s %8s %8s\n", "who", "clerks", "flush=1", "flush=0", "cost");
@@ -1240,7 +1259,8 @@ int main(int argc, char **argv)
                 }
         std::printf("\nThe flush=0 rounds themselves:");
         printRounds(flushOff);
-        printKills(flushOffKill);
+        if (killCount > 0)
+            printKills(flushOffKill);
     }
 
     // Correctness goals decide the exit code; the timings are for reading.
