@@ -125,6 +125,12 @@ QString problemText(const QSqlError &error)
     return error.databaseText().isEmpty() ? error.text() : error.databaseText();
 }
 
+QString commitUncertainText()
+{
+    return QStringLiteral("提交时与数据库服务器的连接中断，无法确定这次保存是否完成。"
+                          "服务器恢复后请再按“确定”：程序会先查看这一登记是否已经保存，不会重复登记。");
+}
+
 refusal saveErrorMessage(const QSqlError &error)
 {
     const QString code = error.nativeErrorCode();
@@ -134,9 +140,7 @@ refusal saveErrorMessage(const QSqlError &error)
     if (code == QLatin1String("1317"))
         return {QStringLiteral("保存被中断，这次保存没有完成，也没有留下任何数据。请再按“确定”保存。"), false};
     if (myDatabase::commitUncertain(error))
-        return {QStringLiteral("提交时与数据库服务器的连接中断，无法确定这次保存是否完成。"
-                               "服务器恢复后请再按“确定”：程序会先查看这一登记是否已经保存，不会重复登记。"),
-                false};
+        return {commitUncertainText(), false};
     if (myDatabase::connectionLost(error))
         return {problemText(error)
                     + QStringLiteral("，这次保存没有完成，也没有留下任何数据。服务器恢复后请再按“确定”保存，"

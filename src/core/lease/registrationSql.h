@@ -58,6 +58,9 @@ refusal checkBeforeSave(bool adding, const QDate &validFrom, const QDate &validU
 // save, a restart): those say that nothing was saved and what to do.
 // Anything else is shown as the server wrote it.
 refusal saveErrorMessage(const QSqlError &error);
+// What the clerk reads when a commit lost its connection and the server
+// cannot yet be asked whether it was kept.
+QString commitUncertainText();
 
 // A duplicate number (another workstation saved it since 增加 proposed it).
 bool isDuplicateNumber(const QSqlError &error);

@@ -58,9 +58,11 @@ frmUserChangePWD::frmUserChangePWD(formHost *host, QWidget *parent)
     connect(linConfirm, &QLineEdit::editingFinished, this, &frmUserChangePWD::btYesSetEnable);
 }
 
+bool frmUserChangePWD::oldPasswordRight() const { return linOld->text() == m_host->database().password(); }
+
 void frmUserChangePWD::oldPasswordChecked()
 {
-    const bool same = linOld->text() == m_host->database().password();
+    const bool same = oldPasswordRight();
     // Enabled before the focus moves, or the move would skip the new field.
     linNew->setEnabled(same);
     linConfirm->setEnabled(same);
@@ -79,7 +81,7 @@ void frmUserChangePWD::btYesSetEnable() { btYes->setEnabled(true); }
 void frmUserChangePWD::btYesClicked()
 {
     myDatabase &db = m_host->database();
-    if (linOld->text() != db.password()) {
+    if (!oldPasswordRight()) {
         oldPasswordChecked();
         linOld->setFocus();
         return;

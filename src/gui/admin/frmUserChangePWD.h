@@ -28,6 +28,7 @@ public slots:
     void btExitClicked();
 
 private:
+    bool oldPasswordRight() const;
     formHost *m_host;
     QLineEdit *linOld;
     QLineEdit *linNew;

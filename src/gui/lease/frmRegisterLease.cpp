@@ -487,11 +487,7 @@ void frmRegisterLease::btYesClicked()
         bool saved = false;
         if (!storedAsTyped(number, &saved)) {
             QApplication::beep();
-            QMessageBox::critical(this, QStringLiteral("错误"),
-                                  registrationSql::saveErrorMessage(QSqlError(QString(), QString(),
-                                                                              QSqlError::TransactionError,
-                                                                              QStringLiteral("2006")))
-                                      .text);
+            QMessageBox::critical(this, QStringLiteral("错误"), registrationSql::commitUncertainText());
             return;
         }
         if (saved) {
@@ -541,13 +537,8 @@ void frmRegisterLease::saveDone()
 
 bool frmRegisterLease::storedAsTyped(const QString &number, bool *stored)
 {
-    QStringList lessor;
-    for (const field &f : fieldsOf(m_partyGroups.first()))
-        lessor << f.column + QLatin1Char('=') + sqlValue(f);
-    const registrationSql::leaseValues lease{dateDJRQ->date(), dateYXQ->date(), dateYXZ->date(), spinFee->value()};
-    QSqlError error;
-    const QVariant count = m_host->database().scalar(
-        registrationSql::countStoredAsTyped(registrationSql::split(number), lease, number, lessor), &error);
+    const QVariant count = m_host->database().scalar(registrationSql::countStoredAsTyped(
+        registrationSql::split(number), typedLease(), number, typedPairs(m_partyGroups.first())));
     if (!count.isValid())
         return false;
     *stored = count.toInt() > 0;
@@ -591,10 +582,23 @@ bool frmRegisterLease::fitsConnection()
     return true;
 }
 
+registrationSql::leaseValues frmRegisterLease::typedLease() const
+{
+    return {dateDJRQ->date(), dateYXQ->date(), dateYXZ->date(), spinFee->value()};
+}
+
+QStringList frmRegisterLease::typedPairs(const QGroupBox *group)
+{
+    QStringList pairs;
+    for (const field &f : fieldsOf(group))
+        pairs << f.column + QLatin1Char('=') + sqlValue(f);
+    return pairs;
+}
+
 QStringList frmRegisterLease::saveStatements(const QString &number) const
 {
     const registrationSql::numberParts parts = registrationSql::split(number);
-    const registrationSql::leaseValues lease{dateDJRQ->date(), dateYXQ->date(), dateYXZ->date(), spinFee->value()};
+    const registrationSql::leaseValues lease = typedLease();
 
     QStringList statements;
     if (m_mode == modeDelete) {
@@ -603,9 +607,7 @@ QStringList frmRegisterLease::saveStatements(const QString &number) const
         statements << (m_mode == modeAdd ? registrationSql::insertLease(parts, lease)
                                          : registrationSql::updateLease(parts, lease));
         for (const QGroupBox *group : qAsConst(m_partyGroups)) {
-            QStringList pairs;
-            for (const field &f : fieldsOf(group))
-                pairs << f.column + QLatin1Char('=') + sqlValue(f);
+            const QStringList pairs = typedPairs(group);
             if (m_mode == modeAdd)
                 statements << registrationSql::insertParty(group->objectName(), number, pairs);
             else if (!pairs.isEmpty()) // "SET" with nothing after it is a syntax error

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QWidget>
 
+#include "registrationSql.h"
+
 class QComboBox;
 class QDateEdit;
 class QGroupBox;
@@ -89,6 +91,9 @@ private:
     void applyButtonState();
     bool armChange();
     QStringList saveStatements(const QString &number) const;
+    // What the form holds, as the statements take it.
+    registrationSql::leaseValues typedLease() const;
+    static QStringList typedPairs(const QGroupBox *group);
     bool proposeFreeNumber(const QString &taken);
     void saveDone();
     bool fitsConnection();
