@@ -23,12 +23,15 @@ QString textValue(const QString &text)
     return text.isEmpty() ? QStringLiteral("NULL") : sqlText::quoted(text);
 }
 
-static QString leaseAssignments(const leaseValues &v)
+static QStringList leasePairs(const leaseValues &v)
 {
-    return QStringLiteral("登记日期='") + dateLiteral(v.registered) + QStringLiteral("',有效日起='")
-        + dateLiteral(v.validFrom) + QStringLiteral("',有效日止='") + dateLiteral(v.validUntil)
-        + QStringLiteral("',收费金额=") + QString::number(v.fee);
+    return {QStringLiteral("登记日期='") + dateLiteral(v.registered) + QLatin1Char('\''),
+            QStringLiteral("有效日起='") + dateLiteral(v.validFrom) + QLatin1Char('\''),
+            QStringLiteral("有效日止='") + dateLiteral(v.validUntil) + QLatin1Char('\''),
+            QStringLiteral("收费金额=") + QString::number(v.fee)};
 }
+
+static QString leaseAssignments(const leaseValues &v) { return leasePairs(v).join(QLatin1Char(',')); }
 
 QString insertLease(const numberParts &n, const leaseValues &v)
 {
@@ -79,16 +82,18 @@ QStringList deleteRegistration(const numberParts &n, const QString &number)
 QString countStoredAsTyped(const numberParts &n, const leaseValues &v, const QString &number,
                            const QStringList &lessorPairs)
 {
-    QString sql = QStringLiteral("SELECT COUNT(*) FROM lease JOIN leaseout ON leaseout.登记编号='") + sqlText::escaped(number)
-        + QStringLiteral("'") + leaseCondition(n).replace(QStringLiteral(" WHERE "), QStringLiteral(" WHERE lease."))
-        + QStringLiteral(" AND ") + leaseAssignments(v).replace(QLatin1Char(','), QStringLiteral(" AND "));
+    // The lessor's row in a subquery of its own: columns a supervisor adds to
+    // leaseout may bear a lease column's name.
+    QString sql = QStringLiteral("SELECT COUNT(*) FROM lease") + leaseCondition(n) + QStringLiteral(" AND ")
+        + leasePairs(v).join(QStringLiteral(" AND ")) + QStringLiteral(" AND EXISTS (SELECT 1 FROM leaseout")
+        + partyCondition(number);
     for (QString pair : lessorPairs) {
         // "column=NULL" is never true: a NULL stored for an empty field is IS NULL.
         if (pair.endsWith(QLatin1String("=NULL")))
             pair = pair.chopped(5) + QStringLiteral(" IS NULL");
-        sql += QStringLiteral(" AND leaseout.") + pair;
+        sql += QStringLiteral(" AND ") + pair;
     }
-    return sql;
+    return sql + QLatin1Char(')');
 }
 
 refusal checkBeforeSave(bool adding, const QDate &validFrom, const QDate &validUntil,
