@@ -6,7 +6,9 @@
 #include "myTableView.h"
 #include "myTools.h"
 #include "mySqlQuery.h"
+#include "operationLog.h"
 #include "printLayout.h"
+#include "registrationSql.h"
 #include "testSupport.h"
 
 #include <QtTest>
@@ -225,6 +227,44 @@ private slots:
         };
         QCOMPARE(likes(around), 1);
         QCOMPARE(likes(QString(around).replace('%', 'x').replace('_', 'y')), text.contains('%') || text.contains('_') ? 0 : 1);
+    }
+
+    // Ordinary text (no quote, backslash or wildcard) gives the registration
+    // and log statements letter for letter as offices' servers have always
+    // received them; escaping may only change text that needs it.
+    void ordinaryStatements_data()
+    {
+        QTest::addColumn<QString>("statement");
+        QTest::addColumn<QString>("expected");
+        const QString number = "330102202600001";
+        const registrationSql::numberParts n = registrationSql::split(number);
+        const registrationSql::leaseValues v{QDate(2026, 3, 1), QDate(2026, 3, 1), QDate(2027, 2, 28), 120};
+        const QStringList lessor{"出方名称=" + registrationSql::textValue("张伟"), "出方电话=NULL"};
+        QTest::newRow("new lease") << registrationSql::insertLease(n, v)
+                                   << "INSERT lease SET 地区='330102',年度='2026',编号='00001',登记日期='2026-03-01',"
+                                      "有效日起='2026-03-01',有效日止='2027-02-28',收费金额=120";
+        QTest::newRow("changed lease") << registrationSql::updateLease(n, v)
+                                       << "UPDATE lease SET 登记日期='2026-03-01',有效日起='2026-03-01',有效日止='2027-02-28',"
+                                          "收费金额=120 WHERE 地区='330102' AND 年度='2026' AND 编号='00001'";
+        QTest::newRow("new party row") << registrationSql::insertParty("leaseout", number, lessor)
+                                       << "INSERT leaseout SET 登记编号='330102202600001',出方名称='张伟',出方电话=NULL";
+        QTest::newRow("changed party row") << registrationSql::updateParty("leaseout", number, lessor)
+                                           << "UPDATE leaseout SET 出方名称='张伟',出方电话=NULL WHERE 登记编号='330102202600001'";
+        QTest::newRow("deletion") << registrationSql::deleteRegistration(n, number).join(';')
+                                  << "DELETE FROM lease WHERE 地区='330102' AND 年度='2026' AND 编号='00001';"
+                                     "DELETE FROM leaseout WHERE 登记编号='330102202600001';"
+                                     "DELETE FROM leasein WHERE 登记编号='330102202600001';"
+                                     "DELETE FROM leasehouse WHERE 登记编号='330102202600001'";
+        QTest::newRow("log row") << operationLog::insertSql("张三", "增加" + number)
+                                 << "INSERT INTO log SET 日期=NOW(),用户='张三',描述='增加330102202600001'";
+        QTest::newRow("log row with a wildcard") << operationLog::insertSql("张三", "清理50%_之前业务数据")
+                                                 << "INSERT INTO log SET 日期=NOW(),用户='张三',描述='清理50%_之前业务数据'";
+    }
+    void ordinaryStatements()
+    {
+        QFETCH(QString, statement);
+        QFETCH(QString, expected);
+        QCOMPARE(statement, expected);
     }
 
     void typedCells()
